@@ -1,0 +1,3 @@
+#include <kr/diag.h>
+#include <cstdio>
+int main() { return std::puts(KrError(nullptr, "Open", -2008, 0)) < 0; }
