@@ -2,12 +2,13 @@
 # Installs the Debian packages a fresh machine lacks for building and testing
 # kr95Nbs: the compiler and CMake, GoogleTest, Google Benchmark, the i386
 # multilib toolchain with i386 zlib, zlib for the checksum cross-check, the
-# system logger the logging tests talk to, and pkg-config for the install test.
+# system logger the logging tests talk to, pkg-config for the install test, and
+# the time zone data the time-zone tests set TZ to.
 # Does nothing when everything is present; needs root to install anything.
 set -euo pipefail
 
 packages=(build-essential cmake g++ g++-multilib libgtest-dev libbenchmark-dev
-          zlib1g-dev zlib1g-dev:i386 rsyslog pkg-config)
+          zlib1g-dev zlib1g-dev:i386 rsyslog pkg-config tzdata)
 
 have() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'install ok installed'; }
 
