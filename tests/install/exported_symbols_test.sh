@@ -12,7 +12,8 @@ if [ -n "$bad" ]; then
   printf '%s\n' "$bad"
   exit 1
 fi
-for name in KrError KrLoginError DefaultCompareElement 'KrVIterator::GetEntryParts'; do
+for name in KrError KrLoginError DefaultCompareElement 'KrVIterator::GetEntryParts' \
+            LongStore 'KrTimer::MakeTimer' zvmgettimezone; do
   printf '%s\n' "$symbols" | grep -q "^$name" || { echo "missing export: $name"; exit 1; }
 done
 echo "$(printf '%s\n' "$symbols" | wc -l) exported symbols, none internal"
