@@ -1,0 +1,21 @@
+// The process-wide service-stopped flag.
+#include <kr/diag.h>
+
+#include <gtest/gtest.h>
+
+#include "child_process.h"
+
+namespace {
+
+TEST(ServiceState, GoesFromZeroToOneOnce) {
+  kr_test::ChildResult result = kr_test::RunInChild([] {
+    int before = KIRO_Service_hasStopped();
+    StopKIRO_Service();
+    int after = KIRO_Service_hasStopped();
+    StopKIRO_Service();
+    return before * 100 + after * 10 + KIRO_Service_hasStopped();
+  });
+  EXPECT_EQ(result.exitCode, 11);
+}
+
+}  // namespace
