@@ -6,7 +6,6 @@
 
 #include <climits>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -19,238 +18,138 @@ namespace {
 using kr_test::ChildResult;
 using kr_test::ConfiguredDir;
 using kr_test::IsLoaded;
-using kr_test::ModulesDir;
-using kr_test::RecordingConfig;
 using kr_test::RunInChild;
 using kr_test::ScopedDefaultConfig;
 using kr_test::SystemDir;
 
-typedef char const* (*TitleFunction)();
-
-// The title of the copy that `handle` loaded.
-std::string LoadedTitle(KrModuleHandle* handle) {
-  void* address = nullptr;
-  EXPECT_EQ(KrDynamicLoader::GetEntryPoint("KrTestModuleTitle", handle, address), 0);
-  return address ? reinterpret_cast<TitleFunction>(address)() : "";
-}
-
-std::string RealPath(std::string const& path) {
-  char resolved[PATH_MAX];
-  return realpath(path.c_str(), resolved) ? resolved : "";
-}
-
-std::unique_ptr<KrIniConfig> ModulePathConfig(std::string const& directory, bool trace = false) {
-  std::unique_ptr<KrIniConfig> config(new KrIniConfig);
-  config->Set("", "defaultModulePath", directory.c_str());
-  if (trace) config->Set("debug", "loadModule", "on");
-  return config;
-}
-
-TEST(Loader, LoadsFromTheConfiguredDirectory) {
-  std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir());
-  ScopedDefaultConfig installed(config.get());
-  KrModuleHandle* handle = nullptr;
-  ASSERT_EQ(KrDynamicLoader::LoadModule("krtestmod", 0, handle), 0);
-  ASSERT_NE(handle, nullptr);
-  EXPECT_NE(handle->library, nullptr);
+// Loads `module` with "defaultModulePath" = `directory` (none when empty) and
+// "loadModule" = `trace`; returns the loaded copy's title and its path, or the
+// result code.
+std::string Load(char const* module, std::string const& directory, char const* trace = "0") {
+  KrIniConfig config;
+  if (!directory.empty()) config.Set("", "defaultModulePath", directory.c_str());
+  config.Set("debug", "loadModule", trace);
+  ScopedDefaultConfig installed(&config);
+  static KrModuleHandle stale;
+  KrModuleHandle* handle = &stale;  // a failed load must null it
+  int result = KrDynamicLoader::LoadModule(module, 0, handle);
+  if (result != 0) return std::to_string(result) + (handle ? " with a handle" : "");
   EXPECT_EQ(handle->keepLoaded, 0);
-  EXPECT_EQ(LoadedTitle(handle), "krtestmod in configured");
-  std::string path = ConfiguredDir() + "/libkrtestmod.so";
-  EXPECT_EQ(std::string(KrDynamicLoader::GetPhysicalModuleName(handle)), path);
-  EXPECT_TRUE(IsLoaded(path));
-
+  void* title = nullptr;
+  EXPECT_EQ(KrDynamicLoader::GetEntryPoint("KrTestModuleTitle", handle, title), 0);
+  std::string answer = (title ? reinterpret_cast<char const* (*)()>(title)() : "no title") +
+                       std::string(" at ") + KrDynamicLoader::GetPhysicalModuleName(handle);
   EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
   EXPECT_EQ(handle, nullptr);
-  EXPECT_FALSE(IsLoaded(path));
+  return answer;
+}
+
+TEST(Loader, ConfiguredDirectoryFirstThenTheSystemSearch) {
+  if (kr_test::RerunWithSystemDirOnSearchPath()) return;
+  std::string const configured = ConfiguredDir() + "/libkrtestmod.so";
+  EXPECT_EQ(Load("krtestmod", ConfiguredDir()), "krtestmod in configured at " + configured);
+  EXPECT_FALSE(IsLoaded(configured));  // unloaded
+  EXPECT_EQ(Load("krtestmod", ""), "krtestmod in system at " + SystemDir() + "/libkrtestmod.so");
+  EXPECT_EQ(Load("krtestsysonly", ConfiguredDir()),
+            "krtestsysonly in system at " + SystemDir() + "/libkrtestsysonly.so");
+  EXPECT_EQ(Load("krnosuch", ConfiguredDir()), "-5002");  // and the handle is null
+  EXPECT_EQ(Load(nullptr, ConfiguredDir()), "-5002");
 }
 
 TEST(Loader, RelativeConfiguredDirectoryGivesAnAbsolutePath) {
-  for (char const* directory : {"configured", "./configured//", "../modules/./configured"}) {
+  for (char const* directory : {"configured", "../modules/.//configured/"}) {
     ChildResult result = RunInChild([directory] {
       if (chdir(KR_TEST_MODULES_DIR) != 0) return 1;
-      KrIniConfig config;
-      config.Set("", "defaultModulePath", directory);
-      DefaultConfig(&config);
-      KrModuleHandle* handle = nullptr;
-      if (KrDynamicLoader::LoadModule("krtestmod", 0, handle) != 0) return 2;
       char cwd[PATH_MAX];
-      if (!getcwd(cwd, sizeof cwd)) return 3;
-      std::printf("%s|%s", KrDynamicLoader::GetPhysicalModuleName(handle),
-                  (std::string(cwd) + "/configured/libkrtestmod.so").c_str());
-      return KrDynamicLoader::UnloadModule(handle);
+      if (!getcwd(cwd, sizeof cwd)) return 2;
+      std::string expected = "krtestmod in configured at " + std::string(cwd) +
+                             "/configured/libkrtestmod.so";
+      return Load("krtestmod", directory) == expected ? 0 : 3;
     });
-    ASSERT_EQ(result.exitCode, 0) << directory;
-    std::size_t bar = result.out.find('|');
-    ASSERT_NE(bar, std::string::npos);
-    EXPECT_EQ(result.out.substr(0, bar), result.out.substr(bar + 1)) << directory;
-    EXPECT_EQ(result.out[0], '/');
+    EXPECT_EQ(result.exitCode, 0) << directory << result.err;
   }
 }
 
-TEST(Loader, ConfiguredDirectoryComesBeforeTheSystemSearch) {
-  if (kr_test::RerunWithSystemDirOnSearchPath()) return;
-  KrModuleHandle* handle = nullptr;
-  {
-    std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir());
-    ScopedDefaultConfig installed(config.get());
-    ASSERT_EQ(KrDynamicLoader::LoadModule("krtestmod", 0, handle), 0);
-    EXPECT_EQ(LoadedTitle(handle), "krtestmod in configured");
-    EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
-  }
-  ASSERT_EQ(KrDynamicLoader::LoadModule("krtestmod", 0, handle), 0);
-  EXPECT_EQ(LoadedTitle(handle), "krtestmod in system");
-  EXPECT_EQ(std::string(KrDynamicLoader::GetPhysicalModuleName(handle)),
-            SystemDir() + "/libkrtestmod.so");
-  EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
-}
-
-TEST(Loader, FallsBackToTheSystemSearch) {
-  if (kr_test::RerunWithSystemDirOnSearchPath()) return;
-  std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir());
-  ScopedDefaultConfig installed(config.get());
-  KrModuleHandle* handle = nullptr;
-  ASSERT_EQ(KrDynamicLoader::LoadModule("krtestsysonly", 0, handle), 0);
-  EXPECT_EQ(LoadedTitle(handle), "krtestsysonly in system");
-  EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
-}
-
-TEST(Loader, FindsThisLibraryThroughTheSystemSearch) {
-  KrModuleHandle* handle = nullptr;
-  ASSERT_EQ(KrDynamicLoader::LoadModule("kr95Nbs", 0, handle), 0);
-  EXPECT_EQ(RealPath(KrDynamicLoader::GetPhysicalModuleName(handle)),
-            RealPath(kr_test::LibraryPath()));
-  void* address = nullptr;
-  EXPECT_EQ(KrDynamicLoader::GetEntryPoint("KrCheckDll", handle, address), 0);
-  EXPECT_EQ(address, reinterpret_cast<void*>(&KrCheckDll));
-  EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
-  EXPECT_TRUE(IsLoaded(kr_test::LibraryPath()));  // still linked by this program
-}
-
-TEST(Loader, MissingModule) {
-  ChildResult result = RunInChild([] {
-    KrIniConfig config;
-    config.Set("", "defaultModulePath", ConfiguredDir().c_str());
-    DefaultConfig(&config);
-    KrModuleHandle* handle = reinterpret_cast<KrModuleHandle*>(&config);  // any non-null
-    int loaded = KrDynamicLoader::LoadModule("krnosuch", 0, handle);
-    return loaded == -5002 && handle == nullptr ? 0 : 1;
-  });
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.err, "");  // silent without the trace switch
-
-  KrModuleHandle* handle = nullptr;
-  EXPECT_EQ(KrDynamicLoader::LoadModule(nullptr, 0, handle), -5002);
-  EXPECT_EQ(handle, nullptr);
-}
-
-TEST(Loader, TraceOfAFailedLoadNamesOnlyTheLastAttempt) {
-  ChildResult result = RunInChild([] {
-    std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir(), true);
-    DefaultConfig(config.get());
-    KrModuleHandle* handle = nullptr;
-    return KrDynamicLoader::LoadModule("krnosuch", 0, handle) == -5002 ? 0 : 1;
-  });
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.err,
+TEST(Loader, TraceLines) {
+  auto traced = [](char const* module, char const* entry) {
+    return RunInChild([=] {
+      KrIniConfig config;
+      config.Set("", "defaultModulePath", ConfiguredDir().c_str());
+      config.Set("debug", "loadModule", "1");
+      ScopedDefaultConfig installed(&config);
+      KrModuleHandle* handle = nullptr;
+      if (KrDynamicLoader::LoadModule(module, 0, handle) == 0) {
+        void* address = nullptr;
+        if (entry) KrDynamicLoader::GetEntryPoint(entry, handle, address);
+        KrDynamicLoader::UnloadModule(handle);
+      }
+      return 0;
+    }).err;
+  };
+  EXPECT_EQ(traced("krtestmod", nullptr), "Loading module 'krtestmod' as '" + ConfiguredDir() +
+                                              "/libkrtestmod.so' succeeded\n");
+  // Only the error of the last attempt (the system search) is reported.
+  EXPECT_EQ(traced("krnosuch", nullptr),
             "Loading module 'krnosuch' failed libkrnosuch.so: cannot open shared object file: "
             "No such file or directory\n");
+  EXPECT_EQ(traced("krtestplain", "KrNoSuchEntry"),
+            "Loading module 'krtestplain' as '" + ConfiguredDir() +
+                "/libkrtestplain.so' succeeded\nGetEntryPoint(KrNoSuchEntry) failed: " +
+                ConfiguredDir() + "/libkrtestplain.so: undefined symbol: KrNoSuchEntry\n");
+  EXPECT_EQ(RunInChild([] { return Load("krnosuch", ConfiguredDir()) == "-5002" ? 0 : 1; }).err,
+            "");  // silent without the switch
 }
 
-TEST(Loader, TraceOfASuccessfulLoad) {
-  ChildResult result = RunInChild([] {
-    std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir(), true);
-    DefaultConfig(config.get());
-    KrModuleHandle* handle = nullptr;
-    if (KrDynamicLoader::LoadModule("krtestmod", 0, handle) != 0) return 1;
-    return KrDynamicLoader::UnloadModule(handle);
-  });
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.err, "Loading module 'krtestmod' as '" + ConfiguredDir() +
-                            "/libkrtestmod.so' succeeded\n");
-}
-
-TEST(Loader, SettingsAreReadAtEveryCall) {
-  RecordingConfig config;
-  ScopedDefaultConfig installed(&config);
-  KrModuleHandle* handle = nullptr;
-  ASSERT_EQ(KrDynamicLoader::LoadModule("kr95Nbs", 0, handle), 0);
-  void* address = nullptr;
-  EXPECT_EQ(KrDynamicLoader::GetEntryPoint("KrCheckDll", handle, address), 0);
-  EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
-  std::vector<std::string> const once = {"GetBool debug:loadModule", "GetText :defaultModulePath"};
-  std::vector<std::string> twice = once;
-  twice.insert(twice.end(), once.begin(), once.end());
-  EXPECT_EQ(config.calls, twice);
-}
-
-TEST(Loader, UnloadModule) {
-  KrModuleHandle* none = nullptr;
-  EXPECT_EQ(KrDynamicLoader::UnloadModule(none), -5001);
-  EXPECT_EQ(none, nullptr);
-
-  // A record marked to stay loaded is freed without closing the module.
-  std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir());
-  ScopedDefaultConfig installed(config.get());
-  KrModuleHandle* handle = nullptr;
-  ASSERT_EQ(KrDynamicLoader::LoadModule("krtestplain", 0, handle), 0);
-  void* library = handle->library;
-  handle->keepLoaded = 1;
-  EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
-  EXPECT_EQ(handle, nullptr);
-  std::string path = ConfiguredDir() + "/libkrtestplain.so";
-  EXPECT_TRUE(IsLoaded(path));
-  EXPECT_EQ(dlclose(library), 0);
-  EXPECT_FALSE(IsLoaded(path));
-}
-
-TEST(Loader, GetEntryPoint) {
+TEST(Loader, EntryPointsErrorTextAndUnload) {
   void* address = &address;
   EXPECT_EQ(KrDynamicLoader::GetEntryPoint("KrTestPlainAnswer", nullptr, address), -5001);
   EXPECT_EQ(address, nullptr);
+  KrModuleHandle* none = nullptr;
+  EXPECT_EQ(KrDynamicLoader::UnloadModule(none), -5001);
 
-  std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir());
-  ScopedDefaultConfig installed(config.get());
+  kr_test::RecordingConfig config;
+  config.Set("", "defaultModulePath", ConfiguredDir());
+  ScopedDefaultConfig installed(&config);
   KrModuleHandle* handle = nullptr;
   ASSERT_EQ(KrDynamicLoader::LoadModule("krtestplain", 0, handle), 0);
   ASSERT_EQ(KrDynamicLoader::GetEntryPoint("KrTestPlainAnswer", handle, address), 0);
   EXPECT_EQ(reinterpret_cast<int (*)()>(address)(), 42);
-
-  address = &address;
   EXPECT_EQ(KrDynamicLoader::GetEntryPoint("KrNoSuchEntry", handle, address), -5003);
   EXPECT_EQ(address, nullptr);
   // Without the trace the reason stays with the dynamic linker until asked.
   char const* reason = KrDynamicLoader::GetErrText();
-  ASSERT_NE(reason, nullptr);
-  EXPECT_NE(std::string(reason).find("undefined symbol: KrNoSuchEntry"), std::string::npos);
-  EXPECT_EQ(KrDynamicLoader::GetErrText(), nullptr);  // cleared by reading
+  EXPECT_NE(std::string(reason ? reason : "").find("undefined symbol: KrNoSuchEntry"),
+            std::string::npos);
+  EXPECT_EQ(KrDynamicLoader::GetErrText(), nullptr);
+  // Both settings are read at every call.
+  std::vector<std::string> expected;
+  for (int call = 0; call < 3; ++call) {
+    expected.push_back("GetBool debug:loadModule");
+    expected.push_back("GetText :defaultModulePath");
+  }
+  EXPECT_EQ(config.calls, expected);
+
+  // A record marked to stay loaded is freed without closing the module.
+  std::string path = ConfiguredDir() + "/libkrtestplain.so";
+  void* library = handle->library;
+  handle->keepLoaded = 1;
   EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
-}
+  EXPECT_EQ(handle, nullptr);
+  EXPECT_TRUE(IsLoaded(path));
+  EXPECT_EQ(dlclose(library), 0);
+  EXPECT_FALSE(IsLoaded(path));
 
-TEST(Loader, TraceOfAFailedLookup) {
-  ChildResult result = RunInChild([] {
-    std::unique_ptr<KrIniConfig> config = ModulePathConfig(ConfiguredDir());
-    DefaultConfig(config.get());
-    KrModuleHandle* handle = nullptr;
-    if (KrDynamicLoader::LoadModule("krtestplain", 0, handle) != 0) return 1;
-    config->Set("debug", "loadModule", "1");  // read at every call
-    void* address = nullptr;
-    int found = KrDynamicLoader::GetEntryPoint("KrNoSuchEntry", handle, address);
-    KrDynamicLoader::UnloadModule(handle);
-    return found == -5003 ? 0 : 2;
-  });
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.err, "GetEntryPoint(KrNoSuchEntry) failed: " + ConfiguredDir() +
-                            "/libkrtestplain.so: undefined symbol: KrNoSuchEntry\n");
-}
+  // This library itself is found through the system search.
+  ASSERT_EQ(KrDynamicLoader::LoadModule("kr95Nbs", 0, handle), 0);
+  char found[PATH_MAX], built[PATH_MAX];
+  ASSERT_NE(realpath(KrDynamicLoader::GetPhysicalModuleName(handle), found), nullptr);
+  ASSERT_NE(realpath(kr_test::LibraryPath().c_str(), built), nullptr);
+  EXPECT_STREQ(found, built);
+  EXPECT_EQ(KrDynamicLoader::UnloadModule(handle), 0);
 
-TEST(Loader, SymbolicNamesOfTheFailures) {
-  EXPECT_EQ(ERR_KR[0], nullptr);
   EXPECT_STREQ(ERR_KR[1], "ERR_KR_COULD_NOT_LOAD_MODULE");
   EXPECT_STREQ(ERR_KR[2], "ERR_KR_COULD_NOT_GET_ENTRY");
   EXPECT_STREQ(ERR_KR[3], "ERR_KR_MODULE_HANDLE_INVALID");
-  EXPECT_STREQ(KrError(nullptr, nullptr, -5001, 1), "A module handle is invalid.");
-  EXPECT_STREQ(KrError(nullptr, nullptr, -5002, 1), "A module could not be loaded.");
-  EXPECT_STREQ(KrError(nullptr, nullptr, -5003, 1), "A module entry could not be found.");
 }
 
 }  // namespace

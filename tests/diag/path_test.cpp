@@ -7,7 +7,6 @@
 
 #include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,67 +15,39 @@
 
 namespace {
 
+// zvmabspath's answer, "<null>" for a failure that empties the output.
 std::string AbsPath(std::string const& in, int size = 4096) {
-  std::vector<char> input(in.begin(), in.end());
-  input.push_back('\0');
+  std::vector<char> input(in.c_str(), in.c_str() + in.size() + 1);
   std::vector<char> out(4096, 'x');
   char* result = zvmabspath(input.data(), out.data(), size);
-  if (!result) return out[0] == '\0' ? "<null>" : "<null, out not emptied>";
-  EXPECT_EQ(result, out.data());
-  return out.data();
+  if (!result) return out[0] == '\0' ? "<null>" : "<null, output not emptied>";
+  return result == out.data() ? out.data() : "<another buffer>";
 }
 
-TEST(Path, IsAbsolute) {
-  EXPECT_TRUE(zvmIsAbsolutePath("/"));
-  EXPECT_TRUE(zvmIsAbsolutePath("/usr/lib"));
-  EXPECT_TRUE(zvmIsAbsolutePath("//x"));
+TEST(Path, NormalisesLexically) {
+  EXPECT_TRUE(zvmIsAbsolutePath("/usr"));
   EXPECT_FALSE(zvmIsAbsolutePath("usr/lib"));
-  EXPECT_FALSE(zvmIsAbsolutePath("./lib"));
   EXPECT_FALSE(zvmIsAbsolutePath(""));
   EXPECT_FALSE(zvmIsAbsolutePath(nullptr));
-}
-
-TEST(Path, NormalisesAbsolutePaths) {
-  EXPECT_EQ(AbsPath("/a/b/c"), "/a/b/c");
-  EXPECT_EQ(AbsPath("/a/b/../c"), "/a/c");
-  EXPECT_EQ(AbsPath("//a///b/./"), "/a/b");
-  EXPECT_EQ(AbsPath("/a/./b/./c/."), "/a/b/c");
-  EXPECT_EQ(AbsPath("/a/b/c/../../.."), "/");
-  EXPECT_EQ(AbsPath("/.."), "/");
-  EXPECT_EQ(AbsPath("/../../x/.."), "/");
-  EXPECT_EQ(AbsPath("/../../x"), "/x");
-  EXPECT_EQ(AbsPath("/"), "/");
-  EXPECT_EQ(AbsPath("/..."), "/...");
-  EXPECT_EQ(AbsPath("/a/..b/.c"), "/a/..b/.c");
-}
-
-TEST(Path, RelativePathsStartAtTheCurrentDirectory) {
+  EXPECT_EQ(AbsPath("/../../x"), "/x");  // the rest is compared with realpath below
+  EXPECT_EQ(AbsPath("/a/..b/.c/..."), "/a/..b/.c/...");
   kr_test::ChildResult result = kr_test::RunInChild([] {
     if (chdir("/usr/lib") != 0) return 1;
-    std::printf("%s|%s|%s|%s|%s", AbsPath("x.so").c_str(), AbsPath("./a//b/").c_str(),
-                AbsPath("../../etc").c_str(), AbsPath("").c_str(), AbsPath("../../../..").c_str());
+    std::printf("%s|%s|%s|%s", AbsPath("x.so").c_str(), AbsPath("./a//b/").c_str(),
+                AbsPath("../../etc").c_str(), AbsPath("").c_str());
     return 0;
   });
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.out, "/usr/lib/x.so|/usr/lib/a/b|/etc|/usr/lib|/");
+  EXPECT_EQ(result.out, "/usr/lib/x.so|/usr/lib/a/b|/etc|/usr/lib");
 }
 
 TEST(Path, BoundedBySize) {
-  std::string path = "/abc/def";  // 8 characters and the NUL
-  EXPECT_EQ(AbsPath(path, 9), "/abc/def");
-  EXPECT_EQ(AbsPath(path, 8), "<null>");
+  EXPECT_EQ(AbsPath("/abc/def", 9), "/abc/def");  // 8 characters and the NUL
+  EXPECT_EQ(AbsPath("/abc/def", 8), "<null>");
   EXPECT_EQ(AbsPath("/abc/../def", 5), "/def");  // only the result must fit
-  EXPECT_EQ(AbsPath("/", 2), "/");
-  EXPECT_EQ(AbsPath("/", 1), "<null>");
   char out[4] = "xyz";
-  EXPECT_EQ(zvmabspath(const_cast<char*>("/a"), out, 0), nullptr);
-  EXPECT_STREQ(out, "xyz");  // no room to write anything
-  EXPECT_EQ(zvmabspath(nullptr, out, sizeof out), nullptr);
-  EXPECT_STREQ(out, "");
-}
-
-TEST(Path, InputAndOutputMayBeOneBuffer) {
-  char buffer[64] = "/a/./b/../c//d";
+  EXPECT_EQ(zvmabspath(out, out, 0), nullptr);
+  EXPECT_STREQ(out, "xyz");
+  char buffer[64] = "/a/./b/../c//d";  // input and output may be one buffer
   EXPECT_EQ(zvmabspath(buffer, buffer, sizeof buffer), buffer);
   EXPECT_STREQ(buffer, "/a/c/d");
 }
@@ -84,37 +55,30 @@ TEST(Path, InputAndOutputMayBeOneBuffer) {
 // Differential check against realpath on a tree of real directories without
 // symbolic links, where lexical normalisation must give the same path.
 TEST(Path, AgreesWithRealpathOnRealDirectories) {
-  char base[] = "/tmp/kr_path_XXXXXX";
-  ASSERT_NE(mkdtemp(base), nullptr);
-  char resolvedBase[PATH_MAX];
-  ASSERT_NE(realpath(base, resolvedBase), nullptr);
-  std::vector<std::string> const names = {"a", "b", "c"};
-  for (std::string const& first : names) {
-    ASSERT_EQ(mkdir((std::string(resolvedBase) + "/" + first).c_str(), 0700), 0);
-    for (std::string const& second : names) {
-      ASSERT_EQ(mkdir((std::string(resolvedBase) + "/" + first + "/" + second).c_str(), 0700), 0);
-    }
+  char made[] = "/tmp/kr_path_XXXXXX";
+  ASSERT_NE(mkdtemp(made), nullptr);
+  char base[PATH_MAX];
+  ASSERT_NE(realpath(made, base), nullptr);
+  for (char const* dir : {"a", "b", "a/a", "a/b", "b/a", "b/b"}) {
+    ASSERT_EQ(mkdir((std::string(base) + "/" + dir).c_str(), 0700), 0);
   }
   std::mt19937 random(12345);
-  std::vector<std::string> const parts = {"a", "b", "c", ".", "..", ""};
+  char const* const parts[] = {"a", "b", ".", "..", ""};
   for (int i = 0; i < 2000; ++i) {
-    std::string path = resolvedBase;
+    std::string path = base;
     int depth = 0;
-    int count = 1 + static_cast<int>(random() % 7);
-    for (int j = 0; j < count; ++j) {
-      std::string const& part = parts[random() % parts.size()];
-      // Stay inside the tree: at most two levels down, never above the base.
-      if (part == ".." && depth == 0) continue;
-      if (part != "." && part != ".." && !part.empty() && depth == 2) continue;
-      depth += part == ".." ? -1 : (part == "." || part.empty() ? 0 : 1);
+    for (int j = 1 + static_cast<int>(random() % 8); j > 0; --j) {
+      std::string part = parts[random() % 5];
+      int step = part == ".." ? -1 : (part == "." || part.empty() ? 0 : 1);
+      if (depth + step < 0 || depth + step > 2) continue;  // stay inside the tree
+      depth += step;
       path += "/" + part;
     }
     char expected[PATH_MAX];
     ASSERT_NE(realpath(path.c_str(), expected), nullptr) << path;
     EXPECT_EQ(AbsPath(path), expected) << path;
   }
-  std::string cleanup = std::string("rm -rf ") + resolvedBase;
-  EXPECT_EQ(std::system(cleanup.c_str()), 0);
+  EXPECT_EQ(std::system(("rm -rf " + std::string(base)).c_str()), 0);
 }
 
 }  // namespace

@@ -20,34 +20,27 @@ class RecordingConfig : public KrConfig {
   }
   void Erase(std::string const& path, std::string const& key) { values_.erase(path + ":" + key); }
 
-  int GetText(char const* key, char*& buffer, char const** sectionPath) override {
-    std::string const* value = Answer("GetText", key, sectionPath);
-    if (!value) return -1;
-    std::strcpy(buffer, value->c_str());
-    return 0;
+  int GetText(char const* key, char*& buffer, char const** path) override {
+    std::string const* value = Answer("GetText", key, path);
+    return value ? (std::strcpy(buffer, value->c_str()), 0) : -1;
   }
-  int GetBool(char const* key, short* value, char const** sectionPath) override {
-    std::string const* text = Answer("GetBool", key, sectionPath);
-    if (!text) return -1;
-    *value = static_cast<short>(std::stoi(*text));
-    return 0;
+  int GetBool(char const* key, short* value, char const** path) override {
+    std::string const* text = Answer("GetBool", key, path);
+    return text ? (*value = static_cast<short>(std::stoi(*text)), 0) : -1;
   }
-  int GetInt(char const* key, int* value, char const** sectionPath) override {
-    std::string const* text = Answer("GetInt", key, sectionPath);
-    if (!text) return -1;
-    *value = std::stoi(*text);
-    return 0;
+  int GetInt(char const* key, int* value, char const** path) override {
+    std::string const* text = Answer("GetInt", key, path);
+    return text ? (*value = std::stoi(*text), 0) : -1;
   }
 
-  // Questions asked, as "GetInt debug:assertMode".
-  std::vector<std::string> calls;
+  std::vector<std::string> calls;  // questions asked, as "GetInt debug:assertMode"
 
  private:
-  std::string const* Answer(char const* getter, char const* key, char const** sectionPath) {
-    std::string path;
-    for (; *sectionPath; ++sectionPath) path += (path.empty() ? "" : "/") + std::string(*sectionPath);
-    std::string name = path + ":" + key;
-    calls.push_back(std::string(getter) + " " + name);
+  std::string const* Answer(char const* getter, char const* key, char const** path) {
+    std::string name;
+    for (; *path; ++path) name += (name.empty() ? "" : "/") + std::string(*path);
+    name += std::string(":") + key;
+    calls.push_back(getter + (" " + name));
     auto it = values_.find(name);
     return it == values_.end() ? nullptr : &it->second;
   }

@@ -1,10 +1,10 @@
-// The fault-injection hook of growth operations.
+// The fault-injection hook of growth operations; its counter is process-wide,
+// so every case runs in a child.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "child_process.h"
 #include "recording_config.h"
@@ -12,74 +12,46 @@
 namespace {
 
 using kr_test::RecordingConfig;
-using kr_test::RunInChild;
 
-// Runs `body` in a child and returns what it printed to standard output.
-std::string InChild(std::function<void()> body) {
-  auto result = RunInChild([&] {
-    body();
+// The answers of TestHandler for `kinds`, then the number of questions asked.
+std::string Answers(char const* counter, std::vector<int> const& kinds) {
+  kr_test::ChildResult result = kr_test::RunInChild([&] {
+    RecordingConfig config;
+    if (counter) config.Set("test", "growErrorCounter", counter);
+    DefaultConfig(&config);
+    for (int kind : kinds) {
+      if (kind < 0) {
+        TestHandlerReset();
+      } else {
+        std::printf("%d ", TestHandler(static_cast<unsigned long>(kind), nullptr, nullptr));
+      }
+    }
+    std::printf("| %zu", config.calls.size());
     return 0;
   });
-  EXPECT_TRUE(result.exited);
-  EXPECT_EQ(result.err, "");
   return result.out;
 }
 
-void Print(int value) { std::printf("%d ", value); }
-
 TEST(TestHandler, CounterFailsTheFirstGrowthCallsOnly) {
-  std::string out = InChild([] {
-    RecordingConfig config;
-    config.Set("test", "growErrorCounter", "2");
-    DefaultConfig(&config);
-    Print(TestHandler(1, nullptr, nullptr));
-    Print(TestHandler(2, nullptr, nullptr));  // other kinds neither fail nor count
-    Print(TestHandler(0, nullptr, nullptr));
-    Print(TestHandler(1, nullptr, nullptr));
-    Print(TestHandler(1, nullptr, nullptr));
-    Print(TestHandler(1, nullptr, nullptr));
-    std::printf("| %zu %s", config.calls.size(), config.calls[0].c_str());
-  });
-  EXPECT_EQ(out, "-313 0 0 -313 0 0 | 1 GetInt test:growErrorCounter");
+  // Kinds other than 1 neither fail nor count, but do read the counter.
+  EXPECT_EQ(Answers("2", {2, 1, 0, 1, 1, 1}), "0 -313 0 -313 0 0 | 1");
+  EXPECT_EQ(Answers(nullptr, {1, 1}), "0 0 | 1");
+  EXPECT_EQ(Answers("-3", {1}), "0 | 1");
 }
 
-TEST(TestHandler, OtherKindReadsTheCounterToo) {
-  std::string out = InChild([] {
-    RecordingConfig config;
-    config.Set("test", "growErrorCounter", "1");
-    DefaultConfig(&config);
-    Print(TestHandler(7, nullptr, nullptr));
-    config.Set("test", "growErrorCounter", "5");  // read already
-    Print(TestHandler(1, nullptr, nullptr));
-    Print(TestHandler(1, nullptr, nullptr));
-    std::printf("| %zu", config.calls.size());
-  });
-  EXPECT_EQ(out, "0 -313 0 | 1");
-}
-
-TEST(TestHandler, WithoutConfigurationNeverFails) {
-  std::string out = InChild([] {
-    for (int i = 0; i < 3; ++i) Print(TestHandler(1, nullptr, nullptr));
-  });
-  EXPECT_EQ(out, "0 0 0 ");
-}
-
-TEST(TestHandler, ResetReadsTheConfigurationAgain) {
-  std::string out = InChild([] {
+TEST(TestHandler, ResetForgetsTheCounterAndReadsItAgain) {
+  EXPECT_EQ(Answers("3", {1, -1, 1, 1, 1, 1}), "-313 -313 -313 -313 0 | 2");
+  kr_test::ChildResult result = kr_test::RunInChild([] {
     RecordingConfig config;
     config.Set("test", "growErrorCounter", "3");
     DefaultConfig(&config);
-    Print(TestHandler(1, nullptr, nullptr));
-    TestHandlerReset();  // forgets the two failures left
-    config.Erase("test", "growErrorCounter");
-    Print(TestHandler(1, nullptr, nullptr));
+    int first = TestHandler(1, nullptr, nullptr);
     TestHandlerReset();
-    config.Set("test", "growErrorCounter", "1");
-    Print(TestHandler(1, nullptr, nullptr));
-    Print(TestHandler(1, nullptr, nullptr));
-    std::printf("| %zu", config.calls.size());
+    config.Erase("test", "growErrorCounter");  // missing now: the reset's 0 stays
+    int second = TestHandler(1, nullptr, nullptr);
+    return first == -313 && second == 0 && config.calls.size() == 2 ? 0 : 1;
   });
-  EXPECT_EQ(out, "-313 0 -313 0 | 3");
+  EXPECT_EQ(result.exitCode, 0);
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ TEST(KrinfoCheckVersion, AnswersWithCodeAndText) {
 
   kr_test::ChildResult patch = Krinfo({"check-version", "9.5.23.262.0", "--flags", "4"});
   EXPECT_EQ(patch.exitCode, 1);
-  EXPECT_EQ(patch.out, "9.5.23.262.0 flags 0x00000004: -5004 A module has an incompatible version.\n");
+  EXPECT_EQ(patch.out,
+            "9.5.23.262.0 flags 0x00000004: -5004 A module has an incompatible version.\n");
 
   EXPECT_EQ(Krinfo({"check-version", "--flags=0x20000004", "9.5.23.262.0"}).out,
             "9.5.23.262.0 flags 0x20000004: 0 ok\n");
