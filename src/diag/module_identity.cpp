@@ -4,6 +4,7 @@
 #include <kr/diag.h>
 
 #include "diag/format.h"
+#include "diag/process_state.h"
 
 using namespace kr_detail;
 
@@ -20,10 +21,6 @@ constexpr int kWaivePatchAgainstBuild = 0x20000000;
 constexpr int kWaivePatchIsZero = 0x40000000;
 // KrCheckDll forces these on, so that its own check never has flags 0.
 constexpr int kCheckDllForcedFlags = 0x3;
-
-// The composed version text; rebuilt by every GETKRBASICSINFO call. Shared
-// by all callers and threads, like the other static texts.
-char DLL_version_info[256];
 
 template <typename T>
 void Put(T* out, T value) {

@@ -18,6 +18,7 @@ int disableWin32PriorityBoost = -1;
 int GrowErrorCounter = 0;
 short IsInit = 0;
 int krassertmode = -1;
+char DLL_version_info[256];
 char module_buf[kModulePathSize];
 int _syslog_allowed = 1;
 int _msgbox_allowed = 1;

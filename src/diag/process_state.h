@@ -25,6 +25,8 @@ extern int GrowErrorCounter;
 extern short IsInit;
 // The assertion mode; -1 until read.
 extern int krassertmode;
+// This library's version text, rebuilt by every GETKRBASICSINFO call.
+extern char DLL_version_info[256];
 // A module's file path, shared by the loader and the module description.
 extern char module_buf[kModulePathSize];
 // The logging and message-box switches shared by all such objects.

@@ -30,18 +30,14 @@ void PrintUsage(std::FILE* out) {
       out);
 }
 
-// The configuration the global options build; installed only when one of
-// them is given, so that without them the library sees no configuration.
-KrIniConfig globalConfig;
-
 // Reads the --config file; returns kExitOk or the usage error's status.
-int ReadConfig(char const* path) {
-  int result = globalConfig.ReadFile(path);
+int ReadConfig(KrIniConfig& config, char const* path) {
+  int result = config.ReadFile(path);
   if (result == 0) return krinfo::kExitOk;
   char const* text = KrError(nullptr, nullptr, result, 1);
-  if (globalConfig.ErrorLine() > 0) {
+  if (config.ErrorLine() > 0) {
     return krinfo::UsageError(nullptr, "configuration '%s', line %d: %d %s", path,
-                              globalConfig.ErrorLine(), result, text);
+                              config.ErrorLine(), result, text);
   }
   return krinfo::UsageError(nullptr, "configuration '%s': %d %s", path, result, text);
 }
@@ -50,6 +46,9 @@ int ReadConfig(char const* path) {
 
 int main(int argc, char** argv) {
   using namespace krinfo;
+  // The configuration the global options build; installed only when one of
+  // them is given, so that without them the library sees no configuration.
+  KrIniConfig globalConfig;
   int next = 1;
   bool configured = false;
   bool traceLoading = false;
@@ -57,10 +56,10 @@ int main(int argc, char** argv) {
     char const* arg = argv[next];
     if (std::strcmp(arg, "--config") == 0) {
       if (next + 1 >= argc) return UsageError(nullptr, "option --config needs a file");
-      if (int status = ReadConfig(argv[++next])) return status;
+      if (int status = ReadConfig(globalConfig, argv[++next])) return status;
       configured = true;
     } else if (std::strncmp(arg, "--config=", 9) == 0) {
-      if (int status = ReadConfig(arg + 9)) return status;
+      if (int status = ReadConfig(globalConfig, arg + 9)) return status;
       configured = true;
     } else if (std::strcmp(arg, "--trace-loading") == 0) {
       traceLoading = true;
