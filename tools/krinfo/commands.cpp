@@ -9,11 +9,22 @@ int RunNow(int argc, char** argv);
 void HelpNow(std::FILE* out);
 int RunVersion(int argc, char** argv);
 void HelpVersion(std::FILE* out);
+int RunSelf(int argc, char** argv);
+void HelpSelf(std::FILE* out);
+int RunDescribe(int argc, char** argv);
+void HelpDescribe(std::FILE* out);
+int RunCheckVersion(int argc, char** argv);
+void HelpCheckVersion(std::FILE* out);
 
 Command const kCommands[] = {
     {"error", "CODE... [--context TEXT]", "print the text of result codes", RunError, HelpError},
     {"now", "", "print local and UTC date and time and the time zone", RunNow, HelpNow},
     {"version", "", "print the version of krinfo", RunVersion, HelpVersion},
+    {"self", "", "describe the kr95Nbs library itself", RunSelf, HelpSelf},
+    {"describe", "MODULE...", "load modules and print their self-description", RunDescribe,
+     HelpDescribe},
+    {"check-version", "VERSION [--flags N]", "apply the version rule to a module version",
+     RunCheckVersion, HelpCheckVersion},
     {nullptr, nullptr, nullptr, nullptr, nullptr},
 };
 
