@@ -8,7 +8,6 @@
 // from its block count; the multiset's node allocations) and bytes the heap
 // spends on them (malloc's usable size plus its chunk header).
 #include <benchmark/benchmark.h>
-
 #include <kr/containers.h>
 #include <malloc.h>
 
@@ -67,8 +66,8 @@ void TreeMemory(KrRBTree const& tree, double& requested, double& heap) {
     ++blocks;
     heapBytes += malloc_usable_size(block) + kChunkHeader;
   }
-  double blockBytes = static_cast<double>(tree.nodeCache.entrySize * tree.nodeCache.entriesPerBlock +
-                                          kKrEntryCacheLinkSize);
+  double blockBytes = static_cast<double>(
+      tree.nodeCache.entrySize * tree.nodeCache.entriesPerBlock + kKrEntryCacheLinkSize);
   requested = blocks * blockBytes / tree.count;
   heap = static_cast<double>(heapBytes) / tree.count;
 }
@@ -96,9 +95,13 @@ struct CountingAllocator {
   void deallocate(T* p, std::size_t) { std::free(p); }
 };
 template <typename T, typename U>
-bool operator==(CountingAllocator<T> const&, CountingAllocator<U> const&) { return true; }
+bool operator==(CountingAllocator<T> const&, CountingAllocator<U> const&) {
+  return true;
+}
 template <typename T, typename U>
-bool operator!=(CountingAllocator<T> const&, CountingAllocator<U> const&) { return false; }
+bool operator!=(CountingAllocator<T> const&, CountingAllocator<U> const&) {
+  return false;
+}
 
 using IntMultiset = std::multiset<int, std::less<int>, CountingAllocator<int>>;
 
@@ -118,8 +121,11 @@ void BM_KrRBTreeInsert(benchmark::State& state) {
 }
 // Arguments: shuffled keys?, entries per block (0: the default ~500-byte blocks).
 BENCHMARK(BM_KrRBTreeInsert)
-    ->Args({1, 0})->Args({1, 4096})->Args({0, 0})
-    ->Iterations(3)->Unit(benchmark::kMillisecond);
+    ->Args({1, 0})
+    ->Args({1, 4096})
+    ->Args({0, 0})
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
 
 void BM_MultisetInsert(benchmark::State& state) {
   std::vector<int> keys = Keys(state.range(0) != 0);

@@ -132,8 +132,8 @@ KrRBTreeNode* KrRBTree::CreateEntry(int& status) {
   // Guard: an element size so large that the node size wrapped around would
   // give nodes too small for their element.
   unsigned long size = nodeCache.entrySize;
-  void* memory = size >= kNodeLinks && size - kNodeLinks >= elementSize ? nodeCache.GetEntry()
-                                                                        : nullptr;
+  void* memory =
+      size >= kNodeLinks && size - kNodeLinks >= elementSize ? nodeCache.GetEntry() : nullptr;
   if (!memory) {
     status = kKrNoMemory;
     return nullptr;

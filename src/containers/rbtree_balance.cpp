@@ -26,8 +26,7 @@ void KrRBTree::RestoreBalance(KrRBTreeNodeStack* path, KrRBTreeNode* x) {
       if (p->right == x) {  // inner grandchild: rotate left at p first
         p->right = x->Left();
         x->SetLeft(p);
-        g->SetLeft(x);
-        p = x;
+        p = x;  // g's left link is rewritten by the rotation below
       }
       g->SetLeft(p->right);  // rotate right at g
       p->right = g;
@@ -35,8 +34,7 @@ void KrRBTree::RestoreBalance(KrRBTreeNodeStack* path, KrRBTreeNode* x) {
       if (p->Left() == x) {  // inner grandchild: rotate right at p first
         p->SetLeft(x->right);
         x->right = p;
-        g->right = x;
-        p = x;
+        p = x;  // g's right link is rewritten by the rotation below
       }
       g->right = p->Left();  // rotate left at g
       p->SetLeft(g);

@@ -56,8 +56,7 @@ int KrRBTree::CheckTree(KrVParameter* parameter) {
 }
 
 int KrRBTree::CheckTree(KrRBTreeNode* node, unsigned long& blackHeight, unsigned long& nodes,
-                        KrRBTreeNode*& smallest, KrRBTreeNode*& greatest,
-                        KrVParameter* parameter) {
+                        KrRBTreeNode*& smallest, KrRBTreeNode*& greatest, KrVParameter* parameter) {
   blackHeight = 0;
   nodes = 0;
   smallest = greatest = nullptr;

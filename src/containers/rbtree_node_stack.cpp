@@ -3,9 +3,7 @@
 
 #include <cstring>
 
-KrRBTreeNodeStack::KrRBTreeNodeStack(KrRBTreeNodeStack const& other) : top(slots) {
-  *this = other;
-}
+KrRBTreeNodeStack::KrRBTreeNodeStack(KrRBTreeNodeStack const& other) : top(slots) { *this = other; }
 
 KrRBTreeNodeStack& KrRBTreeNodeStack::operator=(KrRBTreeNodeStack const& other) {
   if (this == &other) return *this;

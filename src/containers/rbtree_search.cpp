@@ -39,9 +39,9 @@ enum class PathEnd {
 
 // What is looked for besides the probe's value.
 struct Wanted {
-  bool exact;                  // one particular node of the run
-  KrRBTreeNode const* node;    // that node (may be null: nothing matches)
-  bool evenWithoutWalk;        // checked also when the first match ends the search
+  bool exact;                // one particular node of the run
+  KrRBTreeNode const* node;  // that node (may be null: nothing matches)
+  bool evenWithoutWalk;      // checked also when the first match ends the search
   PathEnd end;
 };
 
