@@ -398,12 +398,15 @@ class KR_API KrRBTree : public KrVContainer {
 
   // The descent. Looks for an element equal to (key, dat), recording the path
   // in `path` when given; `found` is the path slot of the node returned on a
-  // hit. Among equal elements the first is returned (the last with
-  // kKrWalkBackwards; with kKrExactEntry the parameter's `entry`), and the
-  // path then runs on below it to its in-order neighbour on the walk side.
-  // A miss sets status -510 and returns null with an empty path, or, with
-  // kKrMissToGreater / kKrMissToSmaller and a path, the nearest greater /
-  // smaller node with the path ending on it.
+  // hit. Without duplicates in the tree (and without kKrWalkEqualElements)
+  // the first equal node met is the answer and the path ends on it.
+  // Otherwise equal elements are walked: the first of them is the answer
+  // (the last with kKrWalkBackwards) and the path runs on below it to its
+  // in-order neighbour on the walk side; with kKrExactEntry the answer is the
+  // parameter's `entry` if it is among them (else a miss), the path running on
+  // to its in-order successor. A miss sets status -510 and returns null with
+  // an empty path, or, with kKrMissToGreater / kKrMissToSmaller and a path,
+  // the nearest greater / smaller node with the path ending on it.
   KrRBTreeNode* SearchElement(KrVIterator const* probe, void const* key, void const* dat,
                               int& status, unsigned short mode, KrVParameter* parameter,
                               KrRBTreeNodeStack* path, KrRBTreeNodeStackEntry*& found);
