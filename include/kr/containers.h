@@ -20,7 +20,10 @@
 #ifndef KR_CONTAINERS_H_
 #define KR_CONTAINERS_H_
 
+#include <kr/arrays.h>
 #include <kr/export.h>
+
+#include <stdint.h>
 
 class KrVContainer;
 class KrVIterator;
@@ -233,5 +236,324 @@ class KR_API KrVIterator {
   KrTransactionContext* transactionContext;  // stored, never used here
   int status;                                // position state (KrIteratorStatus)
 };
+
+// ---------------------------------------------------------------------------
+// Red-black tree
+
+// One node of a KrRBTree, allocated from the tree's entry cache; the element
+// (KrVContainer::elementSize bytes) follows the two links inline. There are
+// no parent links: operations record the path from the root instead.
+//
+// `left` carries the node's colour in its lowest bit (1 red, 0 black); every
+// write of the left link keeps the colour and every colour change keeps the
+// link. A new node is red with no children.
+struct KrRBTreeNode {
+  static const uintptr_t kRed = 1;
+
+  KrRBTreeNode* Left() const { return reinterpret_cast<KrRBTreeNode*>(left & ~kRed); }
+  void SetLeft(KrRBTreeNode* child) {
+    left = reinterpret_cast<uintptr_t>(child) | (left & kRed);
+  }
+  bool IsRed() const { return (left & kRed) != 0; }
+  void SetRed() { left |= kRed; }
+  void SetBlack() { left &= ~kRed; }
+  // Takes `other`'s colour, keeping the own left link.
+  void SetColourOf(KrRBTreeNode const* other) { left = (left & ~kRed) | (other->left & kRed); }
+
+  void* Element() { return this + 1; }
+  void const* Element() const { return this + 1; }
+
+  uintptr_t left;       // left child link | colour bit
+  KrRBTreeNode* right;  // right child link
+};
+
+// Null links count as black leaves.
+inline bool KrRBTreeIsRed(KrRBTreeNode const* node) { return node && node->IsRed(); }
+
+// One slot of a KrRBTreeNodeStack.
+struct KrRBTreeNodeStackEntry {
+  KrRBTreeNode* node;
+};
+
+// Slots of a KrRBTreeNodeStack, the sentinel included: a path holds at most
+// kKrRBTreeNodeStackSize - 1 nodes. A red-black tree of n nodes is at most
+// 2 log2(n + 1) deep, so a path of 63 nodes needs over 3 * 10^9 elements.
+const unsigned kKrRBTreeNodeStackSize = 64;
+
+// A path in a KrRBTree: the chain of nodes from the root down to the node on
+// top. Slot 0 is a sentinel that always holds null, so popping past the root
+// (or reading an empty stack) yields null. No bound check is made.
+// Copies hold their own slots: `top` is re-based on the copy's array.
+class KR_API KrRBTreeNodeStack {
+ public:
+  KrRBTreeNodeStack() : top(slots) { slots[0].node = nullptr; }
+  KrRBTreeNodeStack(KrRBTreeNodeStack const& other);
+  KrRBTreeNodeStack& operator=(KrRBTreeNodeStack const& other);
+
+  void Reset() {
+    top = slots;
+    slots[0].node = nullptr;
+  }
+  bool IsEmpty() const { return top == slots; }
+  // The node on top; null for an empty path.
+  KrRBTreeNode* TopNode() const { return top->node; }
+  void Push(KrRBTreeNode* node) {
+    ++top;
+    top->node = node;
+  }
+  // The node on top, then steps back unless on the sentinel.
+  KrRBTreeNode* Pop() {
+    KrRBTreeNode* node = top->node;
+    if (top != slots) --top;
+    return node;
+  }
+  // Pushes `node` and then its left (right) children down to the end: the
+  // path to the smallest (greatest) node of its subtree. Nothing for null.
+  void PushLeftmost(KrRBTreeNode* node);
+  void PushRightmost(KrRBTreeNode* node);
+
+  // Moves the path to the in-order successor (predecessor) of its top node;
+  // the path is empty afterwards when there is none.
+  void GoToNextEntry();
+  void GoToPriorEntry();
+
+  KrRBTreeNodeStackEntry slots[kKrRBTreeNodeStackSize];
+  KrRBTreeNodeStackEntry* top;  // slot of the deepest node; `slots` when empty
+};
+
+class KrRBTreeIterator;
+
+// The library's ordered container: a red-black tree of fixed-size elements
+// ordered by the compare function alone.
+//
+// Admission (container flags): an element fully equal to a stored one is
+// refused with -512 unless kKrAllowEqualElements is set; one with an equal key
+// but a different order unless kKrAllowEqualKeys or kKrAllowEqualElements is.
+// Equal elements are kept in insertion order (after the existing ones, or
+// before them with kKrInsertBefore).
+//
+// Nodes come from `nodeCache` and go back to its returned-entries chain one at
+// a time, or all at once on Clear. Inserting in ascending order takes one
+// comparison, against `last`. Every successful insertion and deletion bumps
+// `changeCount`, by which iterators notice changes made behind their back.
+//
+// Compare functions are called with the probe as it reached the tree: the
+// caller's probe iterator for SearchElement and DeleteElement, and a null
+// iterator where the probe is a node of the tree itself (insertion, which
+// compares the built element; SearchEntry; CheckTree).
+//
+// Invariants (between operations): the red-black rules; in-order sequence
+// sorted by the compare function; `count` nodes; `last` the rightmost node
+// while the tree is not empty.
+class KR_API KrRBTree : public KrVContainer {
+ public:
+  // `entriesPerBlock` goes to the node cache unchanged (0: about 500-byte
+  // blocks); nodes are elementSize plus two link words, pointer-aligned.
+  KrRBTree(unsigned long elementSize, unsigned short flags, unsigned long entriesPerBlock);
+  KrRBTree(KrRBTree const&) = delete;
+  KrRBTree& operator=(KrRBTree const&) = delete;
+  // Destroys every element (post order) when a destructor function is set,
+  // then frees all node memory.
+  ~KrRBTree() override;
+
+  int GetType() const override;  // 1
+  // Reports the former count through `countOut`, destroys every element in
+  // post order (when a destructor function is set) and gives all nodes back
+  // at once. `changeCount` is kept. Always 0. `context` and `other` are not
+  // used.
+  int Clear(KrTransactionContext* context, unsigned long* countOut, KrVContainer* other) override;
+  // Searches for the probe's current element. With `result` (an iterator of
+  // this tree) the result stands on the element found (status 0) or on the
+  // neighbour a miss was positioned on (0), else -522 (kKrMissToGreater, or
+  // kKrExactEntry), -521 (kKrMissToSmaller) or -523. Returns 0, -510 for a
+  // miss, or a negative status of reading the probe or comparing.
+  int SearchElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
+                    KrVParameter* parameter, KrVIterator* result) override;
+  // Builds an element from the probe's current element through the
+  // constructor function and links it. Returns 0, -512 (duplicate refused;
+  // the node goes back to the cache), -2030 (no memory), or a negative status
+  // of an element function. A failed constructor leaves its node with the
+  // cache until the next Clear.
+  int InsertElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
+                    KrVParameter* parameter) override;
+  // Deletes the first element equal to the probe's (the last with
+  // kKrWalkBackwards). Returns 0, -510 when there is none, or a negative
+  // status of an element function.
+  int DeleteElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
+                    KrVParameter* parameter) override;
+  // The element of a node: just behind its two links. Null for null.
+  void const* GetElementOfEntry(void const* entry) const override;
+  // A new KrRBTreeIterator on this tree; the caller owns (deletes) it.
+  KrVIterator* CreateIterator(KrTransactionContext* context) override;
+
+  // A red node without children from the cache; null with status -2030 when
+  // the cache has no memory.
+  KrRBTreeNode* CreateEntry(int& status);
+  // Links `node` (from CreateEntry, element constructed). On failure the
+  // element is destroyed and the node given back to the cache.
+  int InsertEntry(void const* node, unsigned short mode, KrVParameter* parameter);
+  // Deletes exactly `node`, even among many equal elements. Returns 0, -510
+  // when the node is not in the tree, or a negative element-function status.
+  int DeleteEntry(void const* node, unsigned short mode, KrVParameter* parameter);
+
+  // The descent. Looks for an element equal to (key, dat), recording the path
+  // in `path` when given; `found` is the path slot of the node returned on a
+  // hit. Without duplicates in the tree (and without kKrWalkEqualElements)
+  // the first equal node met is the answer and the path ends on it.
+  // Otherwise equal elements are walked: the first of them is the answer
+  // (the last with kKrWalkBackwards) and the path runs on below it to its
+  // in-order neighbour on the walk side; with kKrExactEntry the answer is the
+  // parameter's `entry` if it is among them (else a miss), the path running on
+  // to its in-order successor. A miss sets status -510 and returns null with
+  // an empty path, or, with kKrMissToGreater / kKrMissToSmaller and a path,
+  // the nearest greater / smaller node with the path ending on it.
+  KrRBTreeNode* SearchElement(KrVIterator const* probe, void const* key, void const* dat,
+                              int& status, unsigned short mode, KrVParameter* parameter,
+                              KrRBTreeNodeStack* path, KrRBTreeNodeStackEntry*& found);
+  // Finds `node` itself: by its key and dat, then by identity among equal
+  // elements. The path ends on the node; with kKrWalkEqualElements it runs on
+  // to the node's in-order predecessor inside its subtree (its successor with
+  // kKrWalkBackwards), as deletion needs. Status -510 and null when the node
+  // is not in the tree.
+  KrRBTreeNode* SearchEntry(KrRBTreeNode const* node, int& status, unsigned short mode,
+                            KrVParameter* parameter, KrRBTreeNodeStack* path,
+                            KrRBTreeNodeStackEntry*& found);
+
+  // Unlinks the node in `zSlot` and gives it back to the cache.
+  // Requires: `path` runs from the root through `zSlot` down to the node y
+  // that is unlinked from its place: z itself or z's in-order neighbour inside
+  // z's subtree, with at most one child.
+  int _Delete(KrRBTreeNodeStack* path, KrRBTreeNodeStackEntry* zSlot);
+  // Insertion fix-up after linking the red node `x` under the top of `path`.
+  void RestoreBalance(KrRBTreeNodeStack* path, KrRBTreeNode* x);
+  // Deletion fix-up: `x` (possibly null) took a black node's place under the
+  // top of `path`, on the left for side +1, on the right for -1.
+  void Fixup(KrRBTreeNodeStack* path, KrRBTreeNode* x, int side);
+  // Calls the destructor function on every element of the subtree, in post
+  // order. The nodes stay where they are.
+  void DeleteTree(KrRBTreeNode* node);
+
+  // 0 for a sound tree, else the first fault found: -1 red root, -2 red node
+  // with a red child, -3 unequal black heights, -4 neighbours out of order (or
+  // fully equal without kKrAllowEqualElements), -5 node count differs from
+  // `count`; or a negative element-function status.
+  int CheckTree(KrVParameter* parameter);
+  // The worker: black height, node count, smallest and greatest node of a
+  // subtree. Checks a node for red-red, then its subtrees, then their black
+  // heights, then its order against its left and right neighbours.
+  int CheckTree(KrRBTreeNode* node, unsigned long& blackHeight, unsigned long& nodes,
+                KrRBTreeNode*& smallest, KrRBTreeNode*& greatest, KrVParameter* parameter);
+  // Walks the tree in reverse order with an indentation depth; a hook for a
+  // debugging print of one node per line, which prints nothing here.
+  void OutTree(KrVParameter* parameter);
+
+  KrRBTreeNode* root;            // null when empty
+  KrRBTreeNode* last;            // the rightmost node (greatest element)
+  KrEntryCache nodeCache;        // node memory
+  unsigned short hasDuplicates;  // 1 once equal keys were admitted; reset by Clear
+  unsigned long changeCount;     // bumped by every insertion and deletion
+};
+
+// The parameter block of tree operations; adds nothing to the base.
+class KR_API KrRBTreeParameter : public KrVParameter {
+ public:
+  KrRBTreeParameter();
+  KrRBTreeParameter(KrRBTreeParameter const& other);
+  KrRBTreeParameter& operator=(KrRBTreeParameter const& other);
+  ~KrRBTreeParameter() override;
+  int GetType() const override;  // 1
+};
+
+// A cursor over a KrRBTree. Its position is the path from the root to the
+// current node; `changeStamp` is the tree's changeCount when the position was
+// established, and a step taken after the tree changed reports -513 and
+// leaves the iterator at -523 until First or Last re-establishes it.
+// Deleting through the iterator itself keeps it usable, on the neighbour.
+class KR_API KrRBTreeIterator : public KrVIterator {
+ public:
+  // Status -520 without a tree, else -521 (before the first element).
+  KrRBTreeIterator(KrRBTree* tree, KrTransactionContext* context);
+  KrRBTreeIterator(KrRBTreeIterator const& other);
+  KrRBTreeIterator& operator=(KrRBTreeIterator const& other);
+  ~KrRBTreeIterator() override;
+
+  int GetType() const override;  // 1
+  // With a null target a new copy (caller deletes it); with a tree iterator
+  // over a tree as target, this position assigned into it; otherwise null.
+  KrVIterator* Clone(KrVIterator* target) const override;
+  int First() override;  // smallest element: 0, or -521 for an empty tree
+  int Next() override;
+  int Prior() override;
+  int Last() override;   // greatest element: 0, or -522 for an empty tree
+  // Deletes the current element and stands on the next one (the prior one
+  // with kKrDeleteMoveToPrior), or at -522 / -521 past the end. Returns the
+  // new status, -513 for a stale iterator (nothing deleted), or -2099 when
+  // the neighbour could not be found again.
+  int DeleteElement(unsigned short mode, KrVParameter* parameter) override;
+  // The current node; null with the status when not positioned, and with
+  // -513 when the tree changed since.
+  void const* GetEntry(int& status, KrVParameter* parameter) const override;
+
+  KrRBTree* Tree() const { return static_cast<KrRBTree*>(container); }
+
+  KrRBTreeNodeStack path;     // top node: the current element's node
+  unsigned long changeStamp;  // tree's changeCount when positioned
+};
+
+// ---------------------------------------------------------------------------
+// One-entry container
+
+// Wraps one key, dat and flags triple so that it can be handed to any
+// operation that expects an iterator: the usual probe of a tree search,
+// insertion or deletion. Nothing is copied; the container only stores the
+// three values.
+class KR_API KrOneEntryContainer : public KrVContainer {
+ public:
+  // Element size 0, flags 0; key, dat and flags come from the stored values.
+  KrOneEntryContainer(void const* key, void const* dat, unsigned long flags);
+  ~KrOneEntryContainer() override;
+
+  int GetType() const override;  // 4
+  // Nothing can be searched inside: `result` (if given) goes to -522;
+  // returns -510.
+  int SearchElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
+                    KrVParameter* parameter, KrVIterator* result) override;
+
+  void const* key;            // the entry's key; also the entry itself
+  void const* dat;            // the entry's dat part; may be null
+  unsigned long entryFlags;   // the entry's flags
+};
+
+// The cursor over a KrOneEntryContainer: positioned on the one entry (0),
+// before it (-521) or after it (-522). A new iterator on a container with a
+// key already stands on the entry.
+class KR_API KrOneEntryIterator : public KrVIterator {
+ public:
+  // Status -520 without a container, else 0 with a key and -521 without.
+  KrOneEntryIterator(KrOneEntryContainer* container, KrTransactionContext* context);
+  ~KrOneEntryIterator() override;
+
+  int GetType() const override;  // 4
+  int First() override;
+  int Next() override;
+  int Prior() override;
+  int Last() override;
+  // The container's key while the status is not negative; else null. The
+  // status argument receives the iterator's status.
+  void const* GetEntry(int& status, KrVParameter* parameter) const override;
+  void const* GetKey(int& status, KrVParameter* parameter) const override;
+  // The container's dat while the status is not negative (status -519 when
+  // the dat is null); else null.
+  void const* GetDat(int& status, KrVParameter* parameter) const override;
+};
+
+// The one-entry container's element functions: they ignore the element and
+// answer the container's stored key, dat (-519 when null) and flags.
+KR_API void const* OneEntryKeyOfElement(KrVContainer const* container, void const* element,
+                                        int& status, KrVParameter* parameter);
+KR_API void const* OneEntryDatOfElement(KrVContainer const* container, void const* element,
+                                        int& status, KrVParameter* parameter);
+KR_API unsigned long OneEntryFlagsOfElement(KrVContainer const* container, void const* element,
+                                            int& status, KrVParameter* parameter);
 
 #endif  // KR_CONTAINERS_H_

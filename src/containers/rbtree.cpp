@@ -1,0 +1,267 @@
+// KrRBTree: construction, insertion, deletion and clearing.
+#include <kr/containers.h>
+
+#include "containers/rbtree_internal.h"
+
+using kr_detail::CompareWith;
+using kr_detail::ReadKeyAndDat;
+using kr_detail::Replace;
+using kr_detail::TreeProbe;
+
+namespace {
+
+// A node is its two link words followed by the element.
+const unsigned long kNodeLinks = sizeof(KrRBTreeNode);
+// Mode bits a deletion drops, and the one it adds: deletion always walks the
+// equal elements so that the path reaches the node that is unlinked.
+const unsigned short kDeleteDropsModes = kKrMissToSmaller | kKrMissToGreater | kKrExactEntry;
+
+unsigned short DeletionMode(unsigned short mode) {
+  return static_cast<unsigned short>((mode & ~kDeleteDropsModes) | kKrWalkEqualElements);
+}
+
+// Applies the admission rules to one comparison of a new element. Returns 0
+// or -512 and notes in `sameKey` when an equal key was admitted.
+int Admit(unsigned short flags, int keyComparison, int order, bool& sameKey) {
+  if (order == 0) {
+    if (!(flags & kKrAllowEqualElements)) return kKrDuplicate;
+    sameKey = true;
+  } else if (keyComparison == 0) {
+    if (!(flags & (kKrAllowEqualKeys | kKrAllowEqualElements))) return kKrDuplicate;
+    sameKey = true;
+  }
+  return 0;
+}
+
+KrRBTreeNode* Rightmost(KrRBTreeNode* node) {
+  while (node->right) node = node->right;
+  return node;
+}
+
+// Links a node whose element is built; everything but the balance.
+// Returns 0 (the path leads to the new node's parent), or a failure with the
+// tree unchanged.
+int LinkNode(KrRBTree& tree, KrRBTreeNode* node, unsigned short mode, KrVParameter* parameter,
+             KrRBTreeNodeStack& path) {
+  TreeProbe probe = {nullptr, nullptr, nullptr, parameter};
+  int status = ReadKeyAndDat(tree, node->Element(), probe.key, probe.dat, parameter);
+  if (status < 0) return status;
+  if (!tree.root) {
+    node->SetBlack();
+    tree.root = tree.last = node;
+    return 0;
+  }
+  if (!tree.compareElement) return kKrNotImplemented;
+
+  bool before = (mode & kKrInsertBefore) != 0;
+  bool sameKey = false;
+  int keyComparison;
+  int order;
+  status = CompareWith(tree, probe, tree.last, keyComparison, order);
+  if (status < 0) return status;
+  if (order > 0 || (order == 0 && !before)) {
+    // Append: the new greatest element goes right of `last`.
+    status = Admit(tree.flags, keyComparison, order, sameKey);
+    if (status < 0) return status;
+    path.PushRightmost(tree.root);
+    tree.last->right = node;
+    tree.last = node;
+  } else {
+    bool goLeft = false;
+    for (KrRBTreeNode* at = tree.root; at; at = goLeft ? at->Left() : at->right) {
+      path.Push(at);
+      status = CompareWith(tree, probe, at, keyComparison, order);
+      if (status < 0) return status;
+      status = Admit(tree.flags, keyComparison, order, sameKey);
+      if (status < 0) return status;
+      goLeft = order < 0 || (order == 0 && before);
+    }
+    if (goLeft) {
+      path.TopNode()->SetLeft(node);
+    } else {
+      path.TopNode()->right = node;
+    }
+  }
+  if (sameKey) tree.hasDuplicates = 1;
+  return 0;
+}
+
+}  // namespace
+
+KrRBTree::KrRBTree(unsigned long size, unsigned short optionFlags, unsigned long entriesPerBlock)
+    : KrVContainer(size, optionFlags),
+      root(nullptr),
+      last(nullptr),
+      nodeCache(size + kNodeLinks, entriesPerBlock, alignof(KrRBTreeNode)),
+      hasDuplicates(0),
+      changeCount(0) {}
+
+KrRBTree::~KrRBTree() {
+  if (destructorElement && root) DeleteTree(root);
+}
+
+int KrRBTree::GetType() const { return kKrTypeRBTree; }
+
+int KrRBTree::Clear(KrTransactionContext*, unsigned long* countOut, KrVContainer*) {
+  if (countOut) *countOut = count;
+  count = 0;
+  if (destructorElement && root) DeleteTree(root);
+  root = nullptr;
+  last = nullptr;
+  hasDuplicates = 0;
+  nodeCache.UngetAllEntries();
+  return 0;
+}
+
+void KrRBTree::DeleteTree(KrRBTreeNode* node) {
+  if (!node || !destructorElement) return;
+  DeleteTree(node->Left());
+  DeleteTree(node->right);
+  destructorElement(this, node->Element());
+}
+
+void const* KrRBTree::GetElementOfEntry(void const* entry) const {
+  return entry ? static_cast<KrRBTreeNode const*>(entry)->Element() : nullptr;
+}
+
+KrVIterator* KrRBTree::CreateIterator(KrTransactionContext* context) {
+  return new KrRBTreeIterator(this, context);
+}
+
+KrRBTreeNode* KrRBTree::CreateEntry(int& status) {
+  // Guard: an element size so large that the node size wrapped around would
+  // give nodes too small for their element.
+  unsigned long size = nodeCache.entrySize;
+  void* memory =
+      size >= kNodeLinks && size - kNodeLinks >= elementSize ? nodeCache.GetEntry() : nullptr;
+  if (!memory) {
+    status = kKrNoMemory;
+    return nullptr;
+  }
+  KrRBTreeNode* node = static_cast<KrRBTreeNode*>(memory);
+  node->left = KrRBTreeNode::kRed;
+  node->right = nullptr;
+  status = 0;
+  return node;
+}
+
+int KrRBTree::InsertEntry(void const* entry, unsigned short mode, KrVParameter* parameter) {
+  KrRBTreeNode* node = static_cast<KrRBTreeNode*>(const_cast<void*>(entry));
+  node->left = KrRBTreeNode::kRed;
+  node->right = nullptr;
+  KrRBTreeNodeStack path;
+  int status = LinkNode(*this, node, mode, parameter, path);
+  if (status < 0) {
+    if (destructorElement) destructorElement(this, node->Element());
+    nodeCache.UngetEntry(node);
+    return status;
+  }
+  if (node != root) RestoreBalance(&path, node);
+  ++changeCount;
+  ++count;
+  return 0;
+}
+
+int KrRBTree::InsertElement(KrVIterator const* probe, KrVParameter* probeParameter,
+                            unsigned short mode, KrVParameter* parameter) {
+  int status = 0;
+  void const* entry = probe->GetEntry(status, probeParameter);
+  if (status < 0) return status;
+  void const* key = nullptr;
+  void const* dat = nullptr;
+  status = probe->GetEntryParts(entry, nullptr, &key, &dat, nullptr, probeParameter);
+  if (status == kKrNoDat) status = 0;
+  if (status < 0) return status;
+
+  if (!constructorElement) return kKrNotImplemented;
+  KrRBTreeNode* node = CreateEntry(status);
+  if (!node) return status;
+  // A failed constructor leaves its node with the cache until the next Clear:
+  // the element may be half built, so it is neither destroyed nor reused.
+  status = constructorElement(this, node->Element(), probe, key, dat, parameter);
+  if (status < 0) return status;
+  return InsertEntry(node, mode, parameter);
+}
+
+int KrRBTree::DeleteElement(KrVIterator const* probe, KrVParameter* probeParameter,
+                            unsigned short mode, KrVParameter* parameter) {
+  int status = 0;
+  void const* entry = probe->GetEntry(status, probeParameter);
+  if (status < 0) return status;
+  void const* key = nullptr;
+  void const* dat = nullptr;
+  status = probe->GetEntryParts(entry, nullptr, &key, &dat, nullptr, probeParameter);
+  if (status == kKrNoDat) status = 0;
+  if (status < 0) return status;
+
+  KrRBTreeNodeStack path;
+  KrRBTreeNodeStackEntry* found = nullptr;
+  SearchElement(probe, key, dat, status, DeletionMode(mode), parameter, &path, found);
+  if (status < 0) return status;
+  return _Delete(&path, found);
+}
+
+int KrRBTree::DeleteEntry(void const* entry, unsigned short mode, KrVParameter* parameter) {
+  KrRBTreeNodeStack path;
+  KrRBTreeNodeStackEntry* found = nullptr;
+  int status = 0;
+  SearchEntry(static_cast<KrRBTreeNode const*>(entry), status, DeletionMode(mode), parameter, &path,
+              found);
+  if (status < 0) return status;
+  return _Delete(&path, found);
+}
+
+int KrRBTree::_Delete(KrRBTreeNodeStack* path, KrRBTreeNodeStackEntry* zSlot) {
+  KrRBTreeNodeStackEntry* ySlot = path->top;
+  KrRBTreeNode* y = ySlot->node;
+  KrRBTreeNode* z = zSlot->node;
+  KrRBTreeNode* x = y->Left() ? y->Left() : y->right;
+  bool needsFixup = !y->IsRed();
+
+  if (last == z) {
+    if (y != z) {
+      last = y;
+    } else if (z->Left()) {
+      // The greatest node goes and its lone left child takes its place: the
+      // greatest node is now the rightmost one of that child's subtree. (Its
+      // parent, which is smaller than the child, must not become `last`:
+      // the next append would hang over the child's subtree.)
+      last = Rightmost(z->Left());
+    } else {
+      KrRBTreeNode* parent = (zSlot - 1)->node;
+      last = parent ? parent : root;
+    }
+  }
+
+  // x takes y's place under y's parent.
+  KrRBTreeNode* yParent = (ySlot - 1)->node;
+  int side = 0;
+  if (!yParent) {
+    root = x;
+  } else if (yParent->Left() == y) {
+    yParent->SetLeft(x);
+    side = 1;
+  } else {
+    yParent->right = x;
+    side = -1;
+  }
+
+  // y takes z's place, colour and links.
+  if (y != z) {
+    zSlot->node = y;
+    y->left = z->left;
+    y->right = z->right;
+    Replace(*this, (zSlot - 1)->node, z, y);
+  }
+
+  if (destructorElement) destructorElement(this, z->Element());
+  nodeCache.UngetEntry(z);
+
+  if (needsFixup) {
+    path->top = ySlot - 1;  // x's parent on top
+    Fixup(path, x, side);
+  }
+  ++changeCount;
+  --count;
+  return 0;
+}
