@@ -29,6 +29,64 @@ inline uint64_t LoadWord(unsigned char const* p) {
   return word;
 }
 
+// Short fills and copies (an item holds at most 255 bytes) as a few
+// unaligned 16-, 8-, 4-, 2- and 1-byte stores, the last one overlapping the
+// one before. The compiler would otherwise turn memset and memcpy with a
+// length known to be small into string instructions, whose start-up cost
+// dominates at these sizes. Neither writes outside [dst, dst + n).
+template <typename Word>
+inline void StoreWord(unsigned char* dst, Word word) {
+  memcpy(dst, &word, sizeof word);
+}
+
+inline void FillShort(unsigned char* dst, unsigned char value, size_t n) {
+  uint64_t const word = kEveryByte * value;
+  if (n >= 16) {
+    for (size_t at = 0; at + 16 <= n; at += 16) {
+      StoreWord(dst + at, word);
+      StoreWord(dst + at + 8, word);
+    }
+    StoreWord(dst + n - 16, word);
+    StoreWord(dst + n - 8, word);
+  } else if (n >= 8) {
+    StoreWord(dst, word);
+    StoreWord(dst + n - 8, word);
+  } else if (n >= 4) {
+    StoreWord(dst, static_cast<uint32_t>(word));
+    StoreWord(dst + n - 4, static_cast<uint32_t>(word));
+  } else if (n >= 2) {
+    StoreWord(dst, static_cast<uint16_t>(word));
+    StoreWord(dst + n - 2, static_cast<uint16_t>(word));
+  } else if (n == 1) {
+    *dst = value;
+  }
+}
+
+// Requires: the two ranges do not overlap.
+inline void CopyShort(unsigned char* dst, unsigned char const* src, size_t n) {
+  unsigned char chunk[16];
+  if (n >= 16) {
+    for (size_t at = 0; at + 16 <= n; at += 16) {
+      memcpy(chunk, src + at, 16);
+      memcpy(dst + at, chunk, 16);
+    }
+    memcpy(chunk, src + n - 16, 16);
+    memcpy(dst + n - 16, chunk, 16);
+  } else if (n >= 8) {
+    memcpy(chunk, src, 8);
+    memcpy(chunk + 8, src + n - 8, 8);
+    memcpy(dst, chunk, 8);
+    memcpy(dst + n - 8, chunk + 8, 8);
+  } else if (n >= 4) {
+    memcpy(chunk, src, 4);
+    memcpy(chunk + 4, src + n - 4, 4);
+    memcpy(dst, chunk, 4);
+    memcpy(dst + n - 4, chunk + 4, 4);
+  } else {
+    for (size_t i = 0; i < n; ++i) dst[i] = src[i];
+  }
+}
+
 // Index of the lowest nonzero byte of a nonzero word.
 inline int FirstNonzeroByte(uint64_t word) { return __builtin_ctzll(word) / 8; }
 
@@ -84,7 +142,7 @@ class ItemWriter {
   void PutLiteral(unsigned char const* bytes, int length) {
     dst_[written_] = kLiteralMarker;
     dst_[written_ + 1] = static_cast<unsigned char>(length);
-    memcpy(dst_ + written_ + kLiteralHeaderSize, bytes, static_cast<size_t>(length));
+    CopyShort(dst_ + written_ + kLiteralHeaderSize, bytes, static_cast<size_t>(length));
     written_ += length + kLiteralHeaderSize;
   }
 
@@ -227,7 +285,7 @@ int DSdecomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
           *dstLen = produced;
           return 2;
         }
-        memset(dst + produced, src[used + 1], count);
+        FillShort(dst + produced, src[used + 1], count);
         used += kRunItemSize;
         produced += count;
       } else {
@@ -236,7 +294,7 @@ int DSdecomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
           *dstLen = produced;
           return 2;
         }
-        memcpy(dst + produced, src + used + kLiteralHeaderSize, length);
+        CopyShort(dst + produced, src + used + kLiteralHeaderSize, length);
         used += length + kLiteralHeaderSize;
         produced += length;
       }
