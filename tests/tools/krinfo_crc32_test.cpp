@@ -12,64 +12,54 @@
 
 namespace {
 
-using kr_test::ChildResult;
+using kr_test::RunProgram;
 
 std::string ZlibCrcText(std::string const& bytes) {
-  unsigned long const crc =
-      crc32(0, reinterpret_cast<Bytef const*>(bytes.data()), static_cast<uInt>(bytes.size()));
   char text[16];
-  std::snprintf(text, sizeof text, "%08lx", crc);
+  std::snprintf(text, sizeof text, "%08lx",
+                crc32(0, reinterpret_cast<Bytef const*>(bytes.data()),
+                      static_cast<uInt>(bytes.size())));
   return text;
 }
 
-class KrinfoCrc32 : public ::testing::Test {
- protected:
-  std::string Make(std::string const& name, std::string const& bytes) {
-    return dir_.Make(name, bytes);
-  }
-  kr_test::TempDir dir_;
-};
-
-TEST_F(KrinfoCrc32, OneFileOrStandardInput) {
-  ChildResult one = kr_test::RunProgram({KRINFO_PATH, "crc32", Make("digits", "123456789")});
-  EXPECT_EQ(one.exitCode, 0);
-  EXPECT_EQ(one.out, "cbf43926\n");
-  EXPECT_EQ(one.err, "");
-  EXPECT_EQ(kr_test::RunProgram({KRINFO_PATH, "crc32", "-"}, "123456789").out, "cbf43926\n");
-}
-
-// Several files, among them the tool and the library themselves (real files
-// of a few hundred KiB) and one larger than the tool's 1 MiB chunks.
-TEST_F(KrinfoCrc32, SeveralFilesAgreeWithZlib) {
+// The tool and the library themselves (real files of a few hundred KiB), a
+// file larger than the tool's 1 MiB chunks and an empty one; then standard
+// input.
+TEST(KrinfoCrc32, AgreesWithZlib) {
+  kr_test::TempDir dir;
   std::mt19937 random(9);
   std::string big(3 * 1024 * 1024 + 5, '\0');
   for (char& c : big) c = static_cast<char>(random());
-  std::vector<std::string> const paths = {KRINFO_PATH, KR_LIBRARY_PATH, Make("big", big),
-                                          Make("empty", "")};
+  std::vector<std::string> const files = {KRINFO_PATH, KR_LIBRARY_PATH, dir.Make("big", big),
+                                          dir.Make("empty", "")};
   std::vector<std::string> argv = {KRINFO_PATH, "crc32"};
-  argv.insert(argv.end(), paths.begin(), paths.end());
-  ChildResult result = kr_test::RunProgram(argv);
-  EXPECT_EQ(result.exitCode, 0) << result.err;
+  argv.insert(argv.end(), files.begin(), files.end());
   std::string expected;
-  for (std::string const& path : paths) expected += ZlibCrcText(kr_test::ReadFile(path)) + "\t" + path + "\n";
-  EXPECT_EQ(result.out, expected);
-  EXPECT_EQ(kr_test::RunProgram({KRINFO_PATH, "crc32", "-"}, big).out, ZlibCrcText(big) + "\n");
+  for (std::string const& file : files) {
+    expected += ZlibCrcText(kr_test::ReadFile(file)) + "\t" + file + "\n";
+  }
+  EXPECT_EQ(RunProgram(argv).out, expected);
+  kr_test::ChildResult one = RunProgram({KRINFO_PATH, "crc32", dir.Make("nine", "123456789")});
+  EXPECT_EQ(one.exitCode, 0);
+  EXPECT_EQ(one.out, "cbf43926\n");  // a single file: no name
+  EXPECT_EQ(RunProgram({KRINFO_PATH, "crc32", "-"}, big).out, ZlibCrcText(big) + "\n");
+  EXPECT_EQ(RunProgram({KRINFO_PATH, "crc32", "--", "-"}, "123456789").out, "cbf43926\n");
 }
 
-TEST_F(KrinfoCrc32, UnreadableFilesAndBadArguments) {
-  std::string const digits = Make("digits", "123456789");
-  ChildResult result =
-      kr_test::RunProgram({KRINFO_PATH, "crc32", dir_.path() + "/missing", digits, dir_.path()});
+TEST(KrinfoCrc32, UnreadableFilesAndBadArguments) {
+  kr_test::TempDir dir;
+  std::string const nine = dir.Make("nine", "123456789");
+  kr_test::ChildResult result =
+      RunProgram({KRINFO_PATH, "crc32", dir.Name("missing"), nine, dir.path()});
   EXPECT_EQ(result.exitCode, 2);
-  EXPECT_EQ(result.out, "cbf43926\t" + digits + "\n");  // the readable one is still checked
-  EXPECT_NE(result.err.find("krinfo crc32: cannot open '" + dir_.path() + "/missing'"), std::string::npos);
-  EXPECT_NE(result.err.find("cannot read '" + dir_.path() + "'"), std::string::npos) << result.err;
-  ChildResult none = kr_test::RunProgram({KRINFO_PATH, "crc32"});
-  EXPECT_EQ(none.exitCode, 2);
-  EXPECT_NE(none.err.find("krinfo crc32: no file given\nTry 'krinfo crc32 --help'."),
+  EXPECT_EQ(result.out, "cbf43926\t" + nine + "\n");  // the readable one is still checked
+  EXPECT_NE(result.err.find("krinfo crc32: cannot open '" + dir.Name("missing") +
+                            "': No such file or directory\nTry 'krinfo crc32 --help'."),
             std::string::npos);
-  EXPECT_EQ(kr_test::RunProgram({KRINFO_PATH, "crc32", "-x", digits}).exitCode, 2);
-  EXPECT_EQ(kr_test::RunProgram({KRINFO_PATH, "crc32", "--", "-"}, "123456789").out, "cbf43926\n");
+  EXPECT_NE(result.err.find("cannot read '" + dir.path() + "'"), std::string::npos);
+  EXPECT_NE(RunProgram({KRINFO_PATH, "crc32"}).err.find("krinfo crc32: no file given"),
+            std::string::npos);
+  EXPECT_EQ(RunProgram({KRINFO_PATH, "crc32", "-x", nine}).exitCode, 2);
 }
 
 }  // namespace
