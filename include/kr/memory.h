@@ -39,11 +39,12 @@ KR_API unsigned long CalcCheckSum(unsigned char* data, unsigned long length, uns
 // `*dstLen` on entry. Returns 0 and stores the compressed length in `*dstLen`
 // when the result is strictly shorter than the capacity, else -1 (`*dstLen`
 // unchanged, `dst` holds undefined bytes), so that the caller stores the
-// record plain instead. Some checks are stricter than the bytes written: while
-// a run of more than 255 bytes is split, the compressor wants room for 257
-// more bytes before it writes the 2-byte item. The first source byte is read
-// even when `srcLen` is below 1: such a record compresses to the run item
-// (1, src[0]) when the capacity is at least 3. A null `src` returns -1.
+// record plain instead. Some checks are stricter than the bytes written:
+// before it splits a run or a literal stretch longer than 255 bytes, the
+// compressor wants room for 257 more bytes, even for a 2-byte run item. The
+// first source byte is read even when `srcLen` is below 1: such a record
+// compresses to the run item (1, src[0]) when the capacity is at least 3. A
+// null `src` returns -1.
 // Requires: `src` holds max(srcLen, 1) readable bytes; `dst` has room for
 // `*dstLen` bytes.
 KR_API int DScomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen);
@@ -52,8 +53,9 @@ KR_API int DScomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLe
 // `*dstLen` on entry; `*dstLen` receives the number of bytes produced. Items
 // are never split: an item that does not fit whole ends the expansion before
 // it, and the result is 2. The result is also 2 when a non-empty input
-// produced nothing (for instance with a capacity of 0), else 0. The input is
-// trusted: an item that runs past `srcLen` is read whole.
+// produced nothing (for instance with a capacity of 0), else 0; a capacity
+// filled exactly ends the expansion with 0 even if items remain. The input
+// is trusted: an item that runs past `srcLen` is read whole.
 // Requires: every item starting before `srcLen` lies wholly in readable
 // memory (check input of unknown origin with DScheck first); `dst` has room
 // for `*dstLen` bytes.

@@ -154,8 +154,8 @@ class ItemWriter {
 
 // The compressor reads the source once, keeping a pending stretch of bytes
 // read but not yet written: src[next - pending, next). The stretch ends in a
-// run of `run` equal bytes, all equal to src[next - 1]; when the run is at
-// least 3 long, or `pending` equals `run`, the stretch is that run alone.
+// run of `run` equal bytes, all equal to src[next - 1]; a run of 3 or more is
+// the whole stretch (pending == run), and pending and run stay below 256.
 // Runs of 3 or more become run items; shorter runs stay in the literal
 // stretch. The byte-by-byte rules are applied in bulk where they do nothing
 // but count: along a run (until it reaches kRunLimit) and along bytes that

@@ -77,7 +77,8 @@ TEST(KrinfoPack, RecordsThatDoNotShrinkOrAreNotPacked) {
     EXPECT_NE(result.err.find("krinfo unpack: '-' is not a packed record"), std::string::npos);
   }
   EXPECT_FALSE(std::ifstream(out).good());  // never written
-  EXPECT_EQ(RunProgram({KRINFO_PATH, "unpack", "-"}, std::string(4, '\0')).out, "-: 4 -> 0 bytes\n");
+  EXPECT_EQ(RunProgram({KRINFO_PATH, "unpack", "-"}, std::string(4, '\0')).out,
+            "-: 4 -> 0 bytes\n");
 }
 
 TEST(KrinfoPack, BadArguments) {
@@ -91,7 +92,8 @@ TEST(KrinfoPack, BadArguments) {
       argv.insert(argv.end(), c.begin() + 1, c.end());
       ChildResult result = RunProgram(argv);
       EXPECT_EQ(result.exitCode, 2) << command << ": " << c[0];
-      EXPECT_NE(result.err.find("krinfo " + command + ": " + c[0]), std::string::npos) << result.err;
+      EXPECT_NE(result.err.find("krinfo " + command + ": " + c[0]), std::string::npos)
+          << result.err;
     }
   }
 }
