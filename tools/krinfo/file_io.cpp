@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 namespace krinfo {
 
@@ -16,6 +17,15 @@ std::string Describe(char const* verb, char const* name, int error) {
 }
 
 }  // namespace
+
+bool ResizeBuffer(std::vector<unsigned char>* bytes, std::size_t size) {
+  try {
+    bytes->resize(size);
+    return true;
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+}
 
 std::FILE* OpenInput(char const* name, std::string* error) {
   if (IsStandardStream(name)) return stdin;
@@ -36,7 +46,11 @@ bool ReadWholeFile(char const* name, std::size_t limit, std::vector<unsigned cha
   bool ok = true;
   while (ok) {
     std::size_t const size = bytes->size();
-    bytes->resize(size + kChunkSize);
+    if (!ResizeBuffer(bytes, size + kChunkSize)) {
+      *error = std::string("'") + name + "' does not fit in memory";
+      ok = false;
+      break;
+    }
     std::size_t const got = std::fread(bytes->data() + size, 1, kChunkSize, file);
     bytes->resize(size + got);
     if (bytes->size() > limit) {

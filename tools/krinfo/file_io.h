@@ -10,6 +10,10 @@
 
 namespace krinfo {
 
+// Resizes `bytes` to `size`; false, instead of an exception, when memory
+// runs out (a record may claim to expand to 2 GiB).
+bool ResizeBuffer(std::vector<unsigned char>* bytes, std::size_t size);
+
 // Opens `name` for reading in binary mode ("-": standard input). Null on
 // failure, with `*error` describing it.
 std::FILE* OpenInput(char const* name, std::string* error);
@@ -18,7 +22,7 @@ std::FILE* OpenInput(char const* name, std::string* error);
 void CloseInput(std::FILE* file);
 
 // Reads all of `name` into `*bytes`. Fails with `*error` set when the file
-// cannot be read or holds more than `limit` bytes.
+// cannot be read, holds more than `limit` bytes or does not fit in memory.
 bool ReadWholeFile(char const* name, std::size_t limit, std::vector<unsigned char>* bytes,
                    std::string* error);
 

@@ -123,9 +123,12 @@ int RunPack(int argc, char** argv) {
     return UsageError("pack", "%s", error.c_str());
   }
   int const size = static_cast<int>(plain.size());
-  // The compressor reads the first byte even of an empty record.
-  if (plain.empty()) plain.push_back(0);
-  std::vector<unsigned char> packed(plain.size());
+  // A spare byte: the compressor reads the first byte even of an empty record.
+  std::vector<unsigned char> packed;
+  if (!ResizeBuffer(&plain, plain.size() + 1) ||
+      !ResizeBuffer(&packed, static_cast<std::size_t>(size))) {
+    return UsageError("pack", "'%s' does not fit in memory", args.input);
+  }
   int packedSize = size;
   if (DScomp(plain.data(), size, packed.data(), &packedSize) != 0) {
     std::fprintf(SummaryStream(args), "%s: %d bytes, not compressible\n", args.input, size);
@@ -158,7 +161,11 @@ int RunUnpack(int argc, char** argv) {
     return UsageError("unpack", "'%s' is not a packed record (an item runs past its end, or it "
                       "expands beyond 2147483647 bytes)", args.input);
   }
-  std::vector<unsigned char> plain(static_cast<std::size_t>(expected));
+  std::vector<unsigned char> plain;
+  if (!ResizeBuffer(&plain, static_cast<std::size_t>(expected))) {
+    return UsageError("unpack", "'%s' expands to %d bytes, more than fit in memory", args.input,
+                      expected);
+  }
   // Nothing to expand: DSdecomp would answer 2 for an input of empty items.
   if (expected > 0) {
     int produced = expected;
