@@ -68,7 +68,8 @@ TEST(Krinfo, UnknownCommandsAndOptions) {
 TEST(Krinfo, HelpForTheToolAndEveryCommand) {
   ChildResult help = Krinfo({"--help"});
   EXPECT_EQ(help.exitCode, 0);
-  for (char const* command : {"error", "now", "version", "self", "describe", "check-version"}) {
+  for (char const* command : {"crc32", "error", "now", "pack", "unpack", "version", "self",
+                               "describe", "check-version"}) {
     EXPECT_NE(help.out.find(std::string("  ") + command), std::string::npos) << command;
     ChildResult own = Krinfo({command, "--help"});
     EXPECT_EQ(own.exitCode, 0) << command;

@@ -1,0 +1,42 @@
+// A private directory for the files a krinfo test hands to the tool, removed
+// with them when the test ends.
+#ifndef KR_TESTS_TOOLS_TEMP_DIR_H_
+#define KR_TESTS_TOOLS_TEMP_DIR_H_
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace kr_test {
+
+class TempDir {
+ public:
+  TempDir() {
+    char pattern[] = "/tmp/krinfo_test_XXXXXX";
+    if (mkdtemp(pattern)) path_ = pattern;
+  }
+  ~TempDir() { (void)!system(("rm -rf '" + path_ + "'").c_str()); }
+
+  std::string const& path() const { return path_; }
+  std::string Name(std::string const& name) const { return path_ + "/" + name; }
+  // Writes a file of `bytes` and returns its path.
+  std::string Make(std::string const& name, std::string const& bytes) const {
+    std::ofstream(Name(name), std::ios::binary) << bytes;
+    return Name(name);
+  }
+
+ private:
+  std::string path_;
+};
+
+inline std::string ReadFile(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+}  // namespace kr_test
+
+#endif  // KR_TESTS_TOOLS_TEMP_DIR_H_
