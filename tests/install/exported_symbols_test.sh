@@ -14,6 +14,6 @@ if [ -n "$bad" ]; then
 fi
 for name in KrError KrLoginError DefaultCompareElement 'KrVIterator::GetEntryParts' \
             LongStore 'KrTimer::MakeTimer' zvmgettimezone; do
-  printf '%s\n' "$symbols" | grep -q "^$name" || { echo "missing export: $name"; exit 1; }
+  grep -q "^$name" <<<"$symbols" || { echo "missing export: $name"; exit 1; }
 done
 echo "$(printf '%s\n' "$symbols" | wc -l) exported symbols, none internal"
