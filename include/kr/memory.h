@@ -268,8 +268,8 @@ class KR_API MemQueue : public MemFile {
   MemQueue& operator=(MemQueue const& other);
   ~MemQueue() override;
 
-  // Appends `n` bytes. Returns 0, -12002 (growing failed) or -12005 (the
-  // write came up short).
+  // Appends `n` bytes. Returns 0, -12002 (growing failed; the queue is left
+  // as it was) or -12005 (the write came up short).
   int Put(void* src, unsigned long n);
   // Takes the `n` oldest bytes, all or nothing. Returns 0, -12001 (empty) or
   // -12003 (fewer than `n` queued), both leaving the queue as it was; -12004
