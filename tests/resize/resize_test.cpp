@@ -51,49 +51,33 @@ using Resize = int (*)(void**, unsigned long);
 
 constexpr char kReport[] = "\nNorvane runs out of memory.\nTried to allocate 12345 bytes of memory.\n";
 
-TEST(Resize, AllocateGrowShrinkAndFree) {
-  for (Resize resize : {mmResize, mmFarResize}) {
-    RecordingHandler handler;
-    void* block = nullptr;
-    EXPECT_EQ(resize(&block, 0), 0);
-    EXPECT_EQ(block, nullptr);
-    ASSERT_EQ(resize(&block, 16), 0);
-    std::memcpy(block, "fifteen bytes..", 16);
-    ASSERT_EQ(resize(&block, 1 << 20), 0);
-    static_cast<char*>(block)[(1 << 20) - 1] = 0;
-    ASSERT_EQ(resize(&block, 8), 0);
-    EXPECT_EQ(std::memcmp(block, "fifteen ", 8), 0);
-    EXPECT_EQ(resize(&block, 0), 0);
-    EXPECT_EQ(block, nullptr);
-    EXPECT_EQ(handler.calls, 0);
-  }
-}
-
-TEST(Resize, FailureCallsTheHandlerOnceAndKeepsTheBlock) {
+// Both primitives: the life of a block, then a failed first allocation and a
+// failed growth, each reported once with the size asked for and not retried.
+TEST(Resize, LifeOfABlockAndFailures) {
   for (Resize resize : {mmResize, mmFarResize}) {
     RecordingHandler handler(1);  // a non-zero answer does not bring a retry
     void* block = nullptr;
-    int rc;
+    EXPECT_TRUE(resize(&block, 0) == 0 && block == nullptr);
+    ASSERT_EQ(resize(&block, 8), 0);
+    std::memcpy(block, "content", 8);
+    ASSERT_EQ(resize(&block, 1 << 20), 0);
+    static_cast<char*>(block)[(1 << 20) - 1] = 0;
+    ASSERT_EQ(resize(&block, 8), 0);
+    void* const old = block;
+    void* fresh = nullptr;
+    int rc[2];
     unsigned long calls;
     {
-      kr_test::AllocationFailure failure(1);
-      rc = resize(&block, 40);
+      kr_test::AllocationFailure failure(1, true);
+      rc[0] = resize(&fresh, 40);
+      rc[1] = resize(&block, 5000);
       calls = kr_test::AllocationCalls();
     }
-    EXPECT_TRUE(rc == -1 && block == nullptr && calls == 1u);
-    void* const old = block = std::malloc(8);
-    std::memcpy(block, "content", 8);
-    {
-      kr_test::AllocationFailure failure(1);
-      rc = resize(&block, 5000);
-      calls = kr_test::AllocationCalls();
-    }
-    EXPECT_TRUE(rc == -1 && block == old && calls == 1u);
+    EXPECT_TRUE(rc[0] == -1 && rc[1] == -1 && fresh == nullptr && block == old && calls == 2u);
     EXPECT_STREQ(static_cast<char*>(block), "content");
     ASSERT_EQ(handler.calls, 2);
-    EXPECT_EQ(handler.sizes[0], 40u);
-    EXPECT_EQ(handler.sizes[1], 5000u);  // the size asked for, not the growth
-    std::free(block);
+    EXPECT_TRUE(handler.sizes[0] == 40u && handler.sizes[1] == 5000u);  // not the growth
+    EXPECT_TRUE(resize(&block, 0) == 0 && block == nullptr);
   }
 }
 
