@@ -1,7 +1,6 @@
-// A low-memory handler for tests: records the sizes it is called with and
-// answers a chosen value. It is installed for the lifetime of the object and
-// the previous handler restored afterwards. It records into a fixed array, so
-// that it allocates nothing while allocations are being made to fail.
+// A low-memory handler for tests that records the sizes it is called with
+// (into a fixed array: it must not allocate while allocations fail) and gives
+// a chosen answer; installed for the object's lifetime.
 #ifndef KR_TESTS_MEMORY_RECORDING_HANDLER_H_
 #define KR_TESTS_MEMORY_RECORDING_HANDLER_H_
 
@@ -11,24 +10,20 @@ namespace kr_test {
 
 class RecordingHandler {
  public:
-  static const int kMaxCalls = 8;
-
   explicit RecordingHandler(int answer = 0) : previous_(mmKrSetHandler(&Record)) {
     calls = 0;
     answer_ = answer;
   }
   ~RecordingHandler() { mmKrSetHandler(previous_); }
-  RecordingHandler(RecordingHandler const&) = delete;
-  RecordingHandler& operator=(RecordingHandler const&) = delete;
 
   static int Record(unsigned long size) {
-    if (calls < kMaxCalls) sizes[calls] = size;
+    if (calls < 8) sizes[calls] = size;
     ++calls;
     return answer_;
   }
 
   static inline int calls = 0;
-  static inline unsigned long sizes[kMaxCalls] = {};
+  static inline unsigned long sizes[8] = {};
 
  private:
   static inline int answer_ = 0;
