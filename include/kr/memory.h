@@ -37,7 +37,7 @@ KR_API extern KrMemoryHandler mmKrMemExc;
 KR_C_API int mmResize(void** block, unsigned long size);
 
 // As mmResize, except that the handler is called through KrCallMemoryHandler
-// (so a replacement of that function is honoured by this entry only).
+// (so a replacement of that function is honoured here, unlike in mmResize).
 KR_C_API int mmFarResize(void** block, unsigned long size);
 
 // Installs `handler` and returns the one installed before; passing that back
@@ -118,10 +118,11 @@ class KR_API MemFile {
   // Moves the position and returns a pointer to it. The target is `offset`
   // from the start (whence 0 or any value but 1 and 2), from the position
   // (whence 1) or backwards from the logical end (whence 2). When target +
-  // *length passes the logical end, *length is cut to the bytes left; when
-  // the target is at or past the end (or before the start) with a non-zero
-  // length, *length becomes 0 and the result is null, the position
-  // unchanged. A null `length` asks for 0 bytes. The last argument is ignored.
+  // *length passes the logical end, *length is cut to the bytes left. A
+  // target past the end or before the start, or at the end with a non-zero
+  // *length, gives null and *length 0, the position unchanged; the end itself
+  // with length 0 gives the end pointer. A null `length` asks for 0 bytes.
+  // The last argument is ignored.
   unsigned char* Seek(long offset, unsigned short whence, unsigned long* length, unsigned short);
 
   // Writes `length` bytes at `offset`, growing the file (SizeSet) when they

@@ -239,6 +239,7 @@ unsigned char* MemFile::Seek(long offset, unsigned short whence, unsigned long* 
 
 long MemFile::Put(unsigned char const* src, long offset, long length) {
   long end;
+  // A negative or overflowing range writes nothing.
   if (offset < 0 || length < 0 || __builtin_add_overflow(offset, length, &end)) return 0;
   // A source inside this file's own block is found again if the block moves.
   long long const sourceOffset = OffsetInBlock(*this, src);
@@ -250,7 +251,7 @@ long MemFile::Put(unsigned char const* src, long offset, long length) {
 }
 
 long MemFile::Get(unsigned char* dst, long offset, long length) {
-  if (offset < 0 || length < 0) return 0;
+  if (offset < 0 || length < 0) return 0;  // a negative range reads nothing
   if (static_cast<long long>(offset) + length > logicalSize) {
     if (offset > logicalSize) return 0;
     length = logicalSize - offset;
@@ -293,6 +294,7 @@ void MemFile::Exchange(MemFile* other) {
 
 long MemFile::Copy(long dst, long src, long length) {
   long dstEnd;
+  // Negative or overflowing ranges move nothing.
   if (dst < 0 || src < 0 || length < 0 || __builtin_add_overflow(dst, length, &dstEnd)) return 0;
   if (dstEnd > logicalSize) SizeSet(dstEnd, 0);  // a failure is ignored by design
   if (length == 0) return 0;
@@ -324,6 +326,7 @@ unsigned char* MemFile::GetSegment(unsigned long n) {
 
 unsigned char* MemFile::GetPtr(long offset, unsigned long* length) {
   if (!length) return At(buffer, offset);
+  // A negative offset is refused like a range past the end.
   if (offset < 0 || *length > static_cast<unsigned long long>(LONG_MAX) ||
       offset + static_cast<long long>(*length) > logicalSize ||
       !InBlock(*this, offset, static_cast<long long>(*length))) {
@@ -349,9 +352,7 @@ unsigned long MemFile::CheckSum(unsigned long start, unsigned long length,
     unsigned long stretch = length - done;
     long const at = static_cast<long>(start) + static_cast<long>(done);
     unsigned char* bytes = self->Seek(at, kSeekFromStart, &stretch, 0);
-    // Past the logical end a stretch is empty; stopping there avoids looping
-    // forever.
-    if (stretch == 0) break;
+    if (stretch == 0) break;  // past the logical end: stop instead of looping forever
     checksum = CalcCheckSum(bytes, stretch, &checksum);
     done += stretch;
   }

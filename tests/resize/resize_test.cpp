@@ -1,6 +1,7 @@
 // The resize primitives and the low-memory handler. Like the failing
 // allocator, this binary replaces syslog (recording entries) and
 // KrCallMemoryHandler (counting calls, then passing them on) process-wide.
+#include <kr/diag.h>
 #include <kr/memory.h>
 
 #include <dlfcn.h>
@@ -14,17 +15,13 @@
 #include <cstring>
 #include <string>
 
-#include <kr/diag.h>
-
 #include "child_process.h"
 #include "failing_alloc.h"
 #include "recording_handler.h"
 
 namespace {
-int gSyslogEntries = 0;
-int gSyslogPriority = -1;
+int gSyslogEntries = 0, gSyslogPriority = -1, gThroughKrCallMemoryHandler = 0;
 char gSyslogText[2048];
-int gCallsThroughKrCallMemoryHandler = 0;
 }  // namespace
 
 extern "C" void syslog(int priority, char const* format, ...) {
@@ -37,9 +34,8 @@ extern "C" void syslog(int priority, char const* format, ...) {
 }
 
 int KrCallMemoryHandler(unsigned long size) {
-  ++gCallsThroughKrCallMemoryHandler;
-  static auto library = reinterpret_cast<int (*)(unsigned long)>(
-      dlsym(RTLD_NEXT, "_Z19KrCallMemoryHandlerm"));
+  ++gThroughKrCallMemoryHandler;
+  static auto library = reinterpret_cast<int (*)(unsigned long)>(dlsym(RTLD_NEXT, "_Z19KrCallMemoryHandlerm"));
   return library(size);
 }
 
@@ -99,15 +95,15 @@ TEST(Resize, HandlersAndTheirCallers) {
   RecordingHandler handler;
   void* block = nullptr;
   MemFile file(0, 1);
-  int const before = gCallsThroughKrCallMemoryHandler;
+  int const before = gThroughKrCallMemoryHandler;
   kr_test::AllocationFailure failure(1, true);
   mmResize(&block, 10);
-  int const afterResize = gCallsThroughKrCallMemoryHandler;
+  int const afterResize = gThroughKrCallMemoryHandler;
   mmFarResize(&block, 10);
   file.SizeSet(10, 0);
   kr_test::StopFailingAllocations();
   EXPECT_EQ(afterResize, before);
-  EXPECT_EQ(gCallsThroughKrCallMemoryHandler, before + 2);
+  EXPECT_EQ(gThroughKrCallMemoryHandler, before + 2);
   EXPECT_EQ(handler.calls, 3);
 
   EXPECT_EQ(KiroCheckMemory(), -1);
