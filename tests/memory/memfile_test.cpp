@@ -206,7 +206,8 @@ TEST(MemFile, CopiesExchangeAndThePoisonedPointer) {
   target = source;
   EXPECT_TRUE(Text(target) == Text(source) && target.position == 0 && source.position == 7);
   EXPECT_TRUE(target.segmentShift == 12 && target.initialSegmentShift == 12);
-  target = target;
+  MemFile const& itself = target;
+  target = itself;
   EXPECT_EQ(Text(target), std::string(1000, 's'));
   EXPECT_EQ(MemFile(empty).buffer, nullptr);
 
