@@ -1,7 +1,7 @@
-// A differential test of an array's element operations against a
-// std::vector model: random Insert, Delete (with and without shrink),
-// Update/Get, SizeSet and Sort + Search + SortedInsert, with the result
-// code, count, capacity and every element checked after each step.
+// A differential test of an array against a std::vector model: random
+// Insert, Delete (with and without shrink), Update + Get, SizeSet, and Sort
+// followed by Search and SortedInsert; result, count, capacity and every
+// element are checked after each step.
 #ifndef KR_TESTS_ARRAYS_ARRAY_MODEL_H_
 #define KR_TESTS_ARRAYS_ARRAY_MODEL_H_
 
@@ -18,91 +18,73 @@
 
 namespace kr_test {
 
-// Elements of three bytes (an odd width), ordered bytewise; the first byte
-// takes few values so that equal elements are common.
+// Three-byte elements (an odd width) ordered bytewise, from few values so
+// that equal elements are common.
 using Element3 = std::array<unsigned char, 3>;
 constexpr unsigned short kModelWidth = 3;
 
-inline int CompareBytes(KrVArray const*, void* a, void* b) { return std::memcmp(a, b, kModelWidth); }
+inline int CompareBytes(KrVArray const*, void* a, void* b) {
+  return std::memcmp(a, b, kModelWidth);
+}
 
-// What an array's capacity becomes, as its own rules say.
+// An array's capacity rules: growth of a full array by one insertion, the
+// capacity after Delete with shrink, and the largest capacity (0: none).
 struct CapacityRule {
-  unsigned long (*grow)(unsigned long capacity);  // a full array takes one more element
-  unsigned long (*shrink)(unsigned long capacity, unsigned long count);  // after Delete(i, 1)
-  unsigned long limit;  // SizeSet above it fails with -501
+  unsigned long (*grow)(unsigned long capacity);
+  unsigned long (*shrink)(unsigned long capacity, unsigned long count);
+  unsigned long limit;
 };
 
-// Runs `steps` random operations on `list` (empty, of width 3) and checks
-// it against the model after each; `invariant` checks the array's own
-// storage.
-inline void RunArrayModel(KrVArray& list, CapacityRule const& rule, unsigned seed, int steps,
+inline void RunArrayModel(KrVArray& list, CapacityRule const& rule, unsigned seed,
                           std::function<void()> const& invariant) {
   std::mt19937 random(seed);
   std::vector<Element3> model;
   unsigned long capacity = list.GetCurMaxCount();
   list.compare = CompareBytes;
-  for (int step = 0; step < steps; ++step) {
-    unsigned long const count = model.size();
-    unsigned long const index = random() % (count + 2);  // up to one past the valid range
-    Element3 value = {static_cast<unsigned char>(random() % 8), static_cast<unsigned char>(random() % 4), 7};
-    Element3 out = {0, 0, 0};
-    int const shrink = static_cast<int>(random() % 2);
+  auto insert = [&](unsigned long at, Element3 const& value) {
+    if (model.size() == capacity) capacity = rule.grow(capacity);
+    model.insert(model.begin() + static_cast<long>(at), value);
+  };
+  for (int step = 0; step < 3000; ++step) {
+    unsigned long const count = model.size(), index = random() % (count + 2);  // one past valid
+    Element3 out = {0, 0, 0}, value = {static_cast<unsigned char>(random() % 8), 0, 7};
+    value[1] = static_cast<unsigned char>(random() % 4);
+    int const flag = static_cast<int>(random() % 2);  // shrink, or duplicates allowed
     unsigned const operation = random() % 10;
-    SCOPED_TRACE(testing::Message() << "step " << step << " operation " << operation << " index " << index);
-    if (operation < 4) {  // Insert
-      int const expected = index > count ? -502 : 0;
-      ASSERT_EQ(list.Insert(index, value.data()), expected);
-      if (expected == 0) {
-        if (count == capacity) capacity = rule.grow(capacity);
-        model.insert(model.begin() + static_cast<long>(index), value);
-      }
-    } else if (operation < 7) {  // Delete
-      ASSERT_EQ(list.Delete(index, shrink), index >= count ? -502 : 0);
-      if (index < count) {
-        model.erase(model.begin() + static_cast<long>(index));
-        if (shrink) capacity = rule.shrink(capacity, model.size());
-      }
-    } else if (operation == 7) {  // Update, then Get
-      int const expected = index >= count ? -502 : 0;
-      ASSERT_EQ(list.Update(index, value.data()), expected);
-      ASSERT_EQ(list.Get(index, out.data()), expected);
-      if (expected == 0) {
-        model[index] = value;
-        ASSERT_EQ(out, value);
-      }
-    } else if (operation == 8) {  // SizeSet, sometimes below the count or past a limit
-      unsigned long const n = random() % 16 == 0 ? 40000 : count + random() % 12 - std::min(count, 2ul);
+    SCOPED_TRACE(testing::Message() << "step " << step << " operation " << operation);
+    if (operation < 4) {
+      ASSERT_EQ(list.Insert(index, value.data()), index > count ? -502 : 0);
+      if (index <= count) insert(index, value);
+    } else if (operation < 7) {
+      ASSERT_EQ(list.Delete(index, flag), index >= count ? -502 : 0);
+      if (index < count) model.erase(model.begin() + static_cast<long>(index));
+      if (index < count && flag) capacity = rule.shrink(capacity, model.size());
+    } else if (operation == 7) {
+      ASSERT_EQ(list.Update(index, value.data()), index >= count ? -502 : 0);
+      ASSERT_EQ(list.Get(index, out.data()), index >= count ? -502 : 0);
+      if (index < count) model[index] = value;
+      ASSERT_TRUE(index >= count || out == value);
+    } else if (operation == 8) {  // sometimes below the count, sometimes past the limit
+      unsigned long const n = random() % 16 ? count + random() % 12 - std::min(count, 2ul) : 40000;
       int expected = n < count ? -502 : 0;
       if (expected == 0 && n != capacity && rule.limit != 0 && n > rule.limit) expected = -501;
       ASSERT_EQ(list.SizeSet(n), expected);
       if (expected == 0) capacity = n;
-    } else {  // Sort; Search and SortedInsert of a random value
+    } else {
       ASSERT_EQ(list.Sort(0), 0);
       std::sort(model.begin(), model.end());
-      unsigned long position = 99;
+      unsigned long position = 99, inserted = 99;
       auto const lower = std::lower_bound(model.begin(), model.end(), value);
       bool const present = lower != model.end() && *lower == value;
       ASSERT_EQ(list.Search(value.data(), &position, out.data()), present ? 0 : -502);
-      if (present) {
-        ASSERT_EQ(model[position], value);
-        ASSERT_EQ(out, value);
-      } else {
-        ASSERT_EQ(position, static_cast<unsigned long>(lower - model.begin()));
-      }
-      int const allowDuplicates = shrink;
-      unsigned long inserted = 99;
-      int const result = list.SortedInsert(value.data(), &inserted, allowDuplicates, 1);
-      if (present && !allowDuplicates) {
-        ASSERT_EQ(result, -508);
-      } else {
-        ASSERT_EQ(result, 0);
-        ASSERT_EQ(inserted, present ? position + 1 : position);  // after the element found
-        if (count == capacity) capacity = rule.grow(capacity);
-        model.insert(model.begin() + static_cast<long>(inserted), value);
-      }
+      ASSERT_TRUE(present ? model[position] == value && out == value
+                          : position == static_cast<unsigned long>(lower - model.begin()));
+      int const result = list.SortedInsert(value.data(), &inserted, flag, 1);
+      ASSERT_EQ(result, present && !flag ? -508 : 0);
+      ASSERT_TRUE(result != 0 || inserted == position + present);  // after the match
+      if (result == 0) insert(inserted, value);
     }
-    ASSERT_EQ(list.count, model.size());
-    ASSERT_EQ(list.GetCurMaxCount(), capacity);
+    ASSERT_TRUE(list.count == model.size() && list.GetCurMaxCount() == capacity);
     for (unsigned long i = 0; i < model.size(); ++i) {
       ASSERT_EQ(std::memcmp(list.Element(i), model[i].data(), kModelWidth), 0) << i;
     }

@@ -3,89 +3,70 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
-#include <new>
 #include <random>
 #include <vector>
 
 namespace {
 
-// Random operations on strings of 0 to 70 bits (multiples of 8 among them)
-// against a std::vector<bool>: results, values, `at` and the set count.
+// Random operations on strings of 0 to 70 bits against a std::vector<bool>:
+// results, values (Get's masked byte value), `at` and the set count.
 TEST(BitString, AgreesWithAVectorModel) {
   std::mt19937 random(3);
   for (unsigned long length : {0ul, 1ul, 7ul, 8ul, 16ul, 23ul, 64ul, 70ul}) {
     _KrBitString bits(length);
     std::vector<bool> model(length);
+    auto const first = [&](unsigned long from, unsigned long end, bool value) {  // or `end`
+      return static_cast<unsigned long>(
+          std::find(model.begin() + static_cast<long>(from), model.begin() + static_cast<long>(end),
+                    value) - model.begin());
+    };
     for (int step = 0; step < 3000; ++step) {
-      SCOPED_TRACE(testing::Message() << "length " << length << " step " << step);
-      unsigned long const i = random() % (length + 3);  // a few past the end
-      unsigned long const n = random() % 6;
-      bool const inside = i < length;
+      unsigned long const i = random() % (length + 3), n = random() % 6;  // a few past the end
+      bool const inside = i < length, wanted = random() % 2;
+      int const ok = inside ? 0 : -2005;
       int value = -1;
       unsigned long at = 12345;
-      switch (random() % 9) {
-        case 0: ASSERT_EQ(bits.Set(i), inside ? 0 : -2005); if (inside) model[i] = true; break;
-        case 1: ASSERT_EQ(bits.Reset(i), inside ? 0 : -2005); if (inside) model[i] = false; break;
-        case 2:
-          ASSERT_EQ(bits.Flip(i, value), inside ? 0 : -2005);
-          if (inside) {
-            ASSERT_EQ(value, model[i] ? 1 : 0);
-            model[i] = !model[i];
-          }
-          break;
+      unsigned const operation = random() % 8;
+      SCOPED_TRACE(testing::Message() << "length " << length << " step " << step);
+      switch (operation) {
+        case 0: ASSERT_EQ(bits.Set(i), ok); break;
+        case 1: ASSERT_EQ(bits.Reset(i), ok); break;
+        case 2: ASSERT_TRUE(bits.Flip(i, value) == ok && (!inside || value == model[i])); break;
         case 3:
-          ASSERT_EQ(bits.Get(i, value), inside ? 0 : -2005);
-          if (inside) {
-            ASSERT_EQ(value, model[i] ? 1 << (i & 7) : 0);  // the masked value
-          }
+          ASSERT_TRUE(bits.Get(i, value) == ok && (!inside || value == model[i] << (i & 7)));
           break;
         case 4: {
-          bool const wanted = random() % 2;
-          auto const begin = model.begin() + static_cast<long>(std::min(i, length));
-          unsigned long const found = static_cast<unsigned long>(std::find(begin, model.end(), wanted) - model.begin());
-          ASSERT_EQ(bits.Find(i, wanted ? 4 : 0, at), found < length ? 0 : -2005);
+          unsigned long const found = first(std::min(i, length), length, wanted);
+          ASSERT_TRUE(bits.Find(i, wanted ? 4 : 0, at) == (found < length ? 0 : -2005));
           ASSERT_EQ(at, found);
           break;
         }
         case 5:
-        case 6: {
-          bool const claim = random() % 2;  // TestAndSetArea, else TestAndResetArea
-          int const result = claim ? bits.TestAndSetArea(i, n, at) : bits.TestAndResetArea(i, n, at);
+        case 6: {  // claim (set) or release an area; `at`: the offset of the first bit in the way
+          int const result =
+              wanted ? bits.TestAndSetArea(i, n, at) : bits.TestAndResetArea(i, n, at);
           if (i + n > length) {
             ASSERT_EQ(result, -2005);
             break;
           }
-          auto const begin = model.begin() + static_cast<long>(i);
-          unsigned long const offending = static_cast<unsigned long>(std::find(begin, begin + static_cast<long>(n), claim) - begin);
+          unsigned long const offending = first(i, i + n, wanted) - i;
           ASSERT_EQ(result, offending < n ? -1 : 0);
-          ASSERT_EQ(at, offending < n ? offending : 12345ul);
-          if (offending == n) std::fill(begin, begin + static_cast<long>(n), claim);
+          ASSERT_EQ(at, offending < n ? offending : 12345);
+          for (unsigned long k = i; offending == n && k < i + n; ++k) model[k] = wanted;
           break;
         }
-        case 7: if (random() % 4 == 0) { ASSERT_EQ(bits.SetAll(), 0); model.assign(length, true); } break;
-        case 8: if (random() % 4 == 0) { ASSERT_EQ(bits.ResetAll(), 0); model.assign(length, false); } break;
+        case 7:
+          if (random() % 4 != 0) break;
+          ASSERT_EQ(wanted ? bits.SetAll() : bits.ResetAll(), 0);
+          model.assign(length, wanted);
+          ASSERT_EQ(bits.bytes[length >> 3], wanted ? 0xFF : 0);  // the spare bits too
+          break;
       }
-      ASSERT_EQ(bits.GetNum(), static_cast<unsigned long>(std::count(model.begin(), model.end(), true)));
-      ASSERT_EQ(bits.Length(), length);
+      if (inside && operation < 3) model[i] = operation == 0 || (operation == 2 && !model[i]);
+      long const set = std::count(model.begin(), model.end(), true);
+      ASSERT_TRUE(bits.GetNum() == static_cast<unsigned long>(set) && bits.Length() == length);
     }
   }
-}
-
-TEST(BitString, SpareByteAndDestruction) {
-  alignas(_KrBitString) unsigned char storage[sizeof(_KrBitString)];
-  _KrBitString* bits = new (storage) _KrBitString(16);
-  EXPECT_EQ(bits->bytes[2], 0);  // 16 bits take 3 bytes
-  bits->SetAll();
-  EXPECT_TRUE(bits->bytes[2] == 0xFF && bits->GetNum() == 16);  // the spare bits are set, not counted
-  unsigned long at = 0;
-  EXPECT_TRUE(bits->Find(3, 0, at) == -2005 && at == 16);
-  EXPECT_TRUE(bits->TestAndResetArea(16, 0, at) == 0 && bits->TestAndSetArea(17, 0, at) == -2005);
-  std::ptrdiff_t const lengthOffset = reinterpret_cast<unsigned char*>(&bits->length) - storage;
-  bits->~_KrBitString();
-  unsigned long left;
-  std::memcpy(&left, storage + lengthOffset, sizeof left);  // raw storage: no object any more
-  EXPECT_EQ(left, 0ul);
 }
 
 }  // namespace

@@ -18,63 +18,59 @@ struct Item : KrLinkedListItem {
   int id;
 };
 
-// The list walked from the head, after checking every back link and the tail.
-std::vector<KrLinkedListItem*> Walk(KrLinkedList const& list) {
-  std::vector<KrLinkedListItem*> items;
-  KrLinkedListItem* previous = nullptr;
-  for (KrLinkedListItem* at = list.head; at; at = at->next) {
-    EXPECT_EQ(at->previous, previous);
-    items.push_back(at);
-    previous = at;
-  }
-  EXPECT_EQ(list.tail, previous);
-  return items;
+std::string Id(KrLinkedListItem const* item) {
+  return item ? std::to_string(static_cast<Item const*>(item)->id) + " " : "";
 }
 
-bool Unlinked(KrLinkedListItem const* item) { return !item->previous && !item->next; }
+// The items from the head, after checking every back link and the tail.
+std::vector<KrLinkedListItem*> Walk(KrLinkedList const& list) {
+  std::vector<KrLinkedListItem*> items;
+  for (KrLinkedListItem* at = list.head; at; at = at->next) {
+    EXPECT_EQ(at->previous, items.empty() ? nullptr : items.back());
+    items.push_back(at);
+  }
+  EXPECT_EQ(list.tail, items.empty() ? nullptr : items.back());
+  return items;
+}
 
 TEST(LinkedList, AgreesWithAStdListModel) {
   std::mt19937 random(5);
   KrLinkedList list;
   std::list<KrLinkedListItem*> model;
-  Item foreign(-1);
-  int nextId = 0;
+  Item foreign(-1);  // in no list
   for (int step = 0; step < 5000; ++step) {
-    std::string const destroyedBefore = gDestroyed;
-    auto pick = model.begin();
-    std::advance(pick, model.empty() ? 0 : static_cast<long>(random() % model.size()));
-    KrLinkedListItem* const chosen = model.empty() || random() % 8 == 0 ? &foreign : *pick;
+    KrLinkedListItem* chosen = &foreign;
+    if (!model.empty() && random() % 8) chosen = *std::next(model.begin(), random() % model.size());
     bool const member = chosen != &foreign;
-    std::string const chosenId = std::to_string(static_cast<Item*>(chosen)->id) + " ";
-    switch (random() % 8) {
-      case 0: list.InsertFirst(new Item(nextId)); model.push_front(list.head); ++nextId; break;
-      case 1: list.Append(new Item(nextId)); model.push_back(list.tail); ++nextId; break;
-      case 2:
-      case 3: {  // removal keeps the item: the caller's to delete
-        KrLinkedListItem* const first = list.head;
-        KrLinkedListItem* const last = list.tail;
-        int const way = static_cast<int>(random() % 3);
-        KrLinkedListItem* removed = way == 0 ? first : way == 1 ? last : chosen;
-        if (way == 0) list.RemoveFirst();
-        if (way == 1) list.RemoveLast();
-        if (way == 2) {
-          ASSERT_EQ(list.RemoveItem(chosen), member ? 0 : -502);
-        }
-        if (!removed || removed == &foreign) break;
-        ASSERT_TRUE(Unlinked(removed));
-        model.remove(removed);
-        delete removed;
+    int const way = static_cast<int>(random() % 3);  // first, last, or the chosen item
+    KrLinkedListItem* const target = way == 0 ? list.head : way == 1 ? list.tail : chosen;
+    bool const present = target && (way < 2 || member);
+    std::string const destroyed = gDestroyed + (present ? Id(target) : "");
+    switch (random() % 5) {
+      case 0: list.InsertFirst(new Item(step)); model.push_front(list.head); break;
+      case 1: list.Append(new Item(step)); model.push_back(list.tail); break;
+      case 2: {  // removal unlinks the item and leaves it to the caller
+        int const result = way == 0   ? (list.RemoveFirst(), 0)
+                           : way == 1 ? (list.RemoveLast(), 0)
+                                      : list.RemoveItem(chosen);
+        ASSERT_EQ(result, present || way < 2 ? 0 : -502);
+        if (!present) break;
+        ASSERT_TRUE(!target->previous && !target->next);
+        model.remove(target);
+        delete target;
         break;
       }
-      case 4: list.DeleteFirst(); if (!model.empty()) model.pop_front(); break;
-      case 5: list.DeleteLast(); if (!model.empty()) model.pop_back(); break;
-      case 6:
-        ASSERT_EQ(list.DeleteItem(chosen), member ? 0 : -502);
-        if (member) model.remove(chosen);
-        ASSERT_EQ(gDestroyed, destroyedBefore + (member ? chosenId : ""));  // a foreign item is not deleted
+      case 3: {  // deletion; an item of no list is left alone
+        int const result = way == 0   ? (list.DeleteFirst(), 0)
+                           : way == 1 ? (list.DeleteLast(), 0)
+                                      : list.DeleteItem(chosen);
+        ASSERT_EQ(result, present || way < 2 ? 0 : -502);
+        ASSERT_EQ(gDestroyed, destroyed);
+        if (present) model.remove(target);
         break;
-      case 7:  // an inner item unlinks itself when destroyed
-        if (chosen == list.head || chosen == list.tail || !member) break;
+      }
+      case 4:  // an inner item unlinks itself when destroyed
+        if (!member || chosen == list.head || chosen == list.tail) break;
         model.remove(chosen);
         delete chosen;
         break;
@@ -89,10 +85,9 @@ TEST(LinkedList, ClearAndTheDestructorDeleteFromHeadToTail) {
     KrLinkedList list;
     for (int id = 1; id <= 3; ++id) list.Append(new Item(id));
     Item copy(*static_cast<Item*>(list.head->next));  // a copy is not linked
-    EXPECT_TRUE(Unlinked(&copy));
+    EXPECT_TRUE(copy.previous == nullptr && copy.next == nullptr);
     list.Clear();
-    EXPECT_TRUE(list.head == nullptr && list.tail == nullptr);
-    EXPECT_EQ(gDestroyed, "1 2 3 ");
+    EXPECT_TRUE(list.head == nullptr && list.tail == nullptr && gDestroyed == "1 2 3 ");
     list.InsertFirst(new Item(5));
     list.InsertFirst(new Item(4));
   }
