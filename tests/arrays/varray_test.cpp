@@ -190,26 +190,8 @@ TEST(VArray, SearchSearchAtSortedInsertAndFailures) {
   EXPECT_EQ(empty.GetMaxCount(), 0xFFFFFFFFul);
 }
 
-// The dispatch-table slot of a virtual member (Itanium C++ ABI: the pointer
-// holds 1 + the slot's byte offset); slots 0 and 1 are the destructors.
-template <typename Member>
-std::size_t Slot(Member member) {
-  struct { std::uintptr_t pointer; std::ptrdiff_t adjustment; } raw;
-  static_assert(sizeof raw == sizeof member, "an Itanium member function pointer");
-  std::memcpy(&raw, &member, sizeof raw);
-  return (raw.pointer - 1) / sizeof(void*);
-}
-
-TEST(VArray, SlotOrderAndPoisoning) {
-  std::size_t const slots[] = {
-      Slot(&KrVArray::GetType), Slot(&KrVArray::GetMaxCount), Slot(&KrVArray::GetCurMaxCount),
-      Slot(&KrVArray::Init), Slot(&KrVArray::SizeSet), Slot(&KrVArray::Clear),
-      Slot(&KrVArray::Get), Slot(&KrVArray::Element), Slot(&KrVArray::PrepareInsert),
-      Slot(&KrVArray::Insert), Slot(&KrVArray::Update), Slot(&KrVArray::Delete),
-      Slot(&KrVArray::Copy), Slot(&KrVArray::SortedInsert), Slot(&KrVArray::Search),
-      Slot(&KrVArray::SearchAt), Slot(&KrVArray::Sort), Slot(&KrVArray::Merge)};
-  for (std::size_t i = 0; i < 18; ++i) EXPECT_EQ(slots[i], i + 2);
-
+// A destroyed array leaves marker values in its fields.
+TEST(VArray, Poisoning) {
   alignas(KrLList) unsigned char storage[sizeof(KrLList)];
   KrLList* list = new (storage) KrLList(3, 4, nullptr);
   list->compare = CompareItems;
