@@ -22,6 +22,7 @@
 
 #include <kr/arrays.h>
 #include <kr/export.h>
+#include <kr/memory.h>
 
 #include <stdint.h>
 
@@ -555,5 +556,222 @@ KR_API void const* OneEntryDatOfElement(KrVContainer const* container, void cons
                                         int& status, KrVParameter* parameter);
 KR_API unsigned long OneEntryFlagsOfElement(KrVContainer const* container, void const* element,
                                             int& status, KrVParameter* parameter);
+
+// ---------------------------------------------------------------------------
+// Memory-file container
+
+// A read-only view of `count` fixed-size records lying back to back in a
+// MemFile, from the file's position at construction on, so that generic
+// algorithms (above all KrVContainerDiffer) can walk them. It owns neither the
+// file nor the records; insertion, deletion and search keep the base answers
+// (-2999). Its element functions are the defaults: a record is its own key.
+//
+// The walking state (`currentIndex`, and the file's own `position`) lives in
+// the container and the file, so only one iterator may walk a container at a
+// time; this is by design. The file must outlive the container and must not
+// be resized while it is walked: the iterator hands out pointers into it.
+class KR_API KrMemFileContainer : public KrVContainer {
+ public:
+  // Element size recordSize, flags 0; the records start at file->position.
+  // Requires: the file holds recordCount records from there on.
+  KrMemFileContainer(MemFile* file, unsigned long recordSize, unsigned long recordCount);
+  ~KrMemFileContainer() override;
+
+  MemFile* memFile;            // not owned
+  unsigned long startOffset;   // byte offset of the first record
+  unsigned long currentIndex;  // index of the record the iterator stands on
+};
+
+// Walks a KrMemFileContainer forwards (Prior and Last are not supported) by
+// seeking its memory file record by record, and compares records bytewise as
+// unsigned bytes. Walking moves the memory file's `position`.
+class KR_API KrMemFileIterator : public KrVIterator {
+ public:
+  // Null transaction context; status -521 (-520 without a container).
+  explicit KrMemFileIterator(KrMemFileContainer* container);
+  ~KrMemFileIterator() override;
+
+  // The first record: 0, or -521 when the container is empty or its start
+  // lies past the end of the file.
+  int First() override;
+  // The record after the current one: 0, or -522 past the last record.
+  int Next() override;
+  // Compares this iterator's record with `other`'s entry, record-size bytes
+  // as unsigned bytes: -1, 0 or +1 in both results. Returns 0, or the
+  // negative status of either iterator (the results are then not set).
+  int CompareElement(KrVIterator const* other, KrVParameter* otherParameter, int& keyComparison,
+                     int& order, KrVParameter* parameter) const override;
+  // Both report the iterator's status and return the current record pointer,
+  // whatever the status (null before the first First).
+  void const* GetEntry(int& status, KrVParameter* parameter) const override;
+  void const* GetKey(int& status, KrVParameter* parameter) const override;
+
+  KrMemFileContainer* MemFileContainer() const {
+    return static_cast<KrMemFileContainer*>(container);
+  }
+
+  unsigned char const* currentRecord;  // into the memory file; null before First
+};
+
+// ---------------------------------------------------------------------------
+// Container differ
+
+// The iterator over a diff list: a counting multiset in which the differ parks
+// elements that found no partner yet. Besides walking (First, Next) the
+// concrete list must answer, on this iterator:
+//   SearchElement(probe, null, 0, null): position on the entry equal to the
+//     probe's current element; >= 0 found, -510 or -511 none, else an error;
+//   InsertElement(probe, null, 0, parameter): add an entry for the probe's
+//     current element and position on it, its count starting at -1 when bit
+//     0 of parameter->aux is clear (the element came from the first
+//     sequence), at +1 when it is set (from the second);
+//   DeleteElement(0, null): remove the entry the iterator stands on;
+//   DiffCount(): the entry's signed count.
+// KrDiffList and KrDiffListIterator below are a ready one.
+class KR_API KrDiffListIteratorInterface : public KrVIterator {
+ public:
+  // Null transaction context; status -521 (-520 for a null container).
+  explicit KrDiffListIteratorInterface(KrVContainer* container);
+  ~KrDiffListIteratorInterface() override;
+
+  // The signed occurrence count of the current entry: -k when its element
+  // occurs k more times in the first sequence than in the second, +k when k
+  // more times in the second.
+  virtual int* DiffCount() = 0;
+};
+
+// Compares two ordered sequences, each walked by an iterator, and writes what
+// only the first holds into one container and what only the second holds
+// into another, as multisets: an element present twice in the first and once
+// in the second is written once.
+//
+// It walks both sequences in step while they agree. Where they disagree it
+// parks the unmatched elements, alternately from each side, in the diff list;
+// an element that later turns up on the other side cancels its parked twin,
+// so a local reordering or a shifted run shows no difference. A budget of
+// ratio x (the larger count) pairwise mismatches bounds the comparisons;
+// once it is spent, every element goes through the diff list. At the end the
+// entries left in the diff list are written out as often as their counts
+// say. The diff list keeps its entries for the owner to inspect or clear.
+//
+// Diffing two containers of fixed-size records:
+//
+//   KrDiffList list(recordSize, nullptr);  // or a compare function for elements
+//   KrDiffListIterator listIterator(&list);
+//   KrVContainerDiffer differ;
+//   differ.diffList = &listIterator;
+//   MemFile onlyA(0, 0), onlyB(0, 0);
+//   KrRecordingContainer outA(&onlyA, recordSize), outB(&onlyB, recordSize);
+//   int rc = differ.Diff(iteratorA, iteratorB, &outA, &outB, 1.0);
+//   // rc: 0 equal, 1 different (onlyA and onlyB hold the records), < 0 error
+class KR_API KrVContainerDiffer {
+ public:
+  KrVContainerDiffer();  // no diff list
+
+  // Requires: both iterators walk their containers in one common order in
+  // which equal elements meet (the differ orders nothing); the diff list is
+  // empty. Elements are compared with first->CompareElement(second, ...): a
+  // nonzero key comparison or order is a mismatch. Outputs are written with
+  // InsertElement(iterator on the element, null, 0, parameter) where bit 0 of
+  // the parameter's `aux` is clear for onlyInFirst and set for onlyInSecond.
+  //
+  // Returns 1 when anything was written, 0 when both sequences hold the same
+  // elements, or the first negative result of an iterator, diff-list or
+  // output call (what was written stays written). -521 from First and -522
+  // from Next are ends of a sequence, not errors.
+  int Diff(KrVIterator* first, KrVIterator* second, KrVContainer* onlyInFirst,
+           KrVContainer* onlyInSecond, double ratio);
+
+  KrDiffListIteratorInterface* diffList;  // set by the owner, who owns it
+};
+
+// ---------------------------------------------------------------------------
+// Diff list
+
+// A ready diff list: a red-black tree whose elements are a copy of the
+// parked element (`recordSize` bytes, at the start of the tree's element, so
+// element functions written for the inputs' elements work on it) followed by
+// the signed count at `countOffset`. Each distinct element has one entry.
+//
+// Elements are ordered by the compare function given, which receives the
+// probe's key and a stored element as a tree's compare function does, and
+// this list as the container; without one, records compare bytewise as
+// unsigned bytes, as KrMemFileIterator compares them. The key is the element
+// itself, as for the default element functions; when the inputs' elements
+// have other key, dat or flags functions, install them in this list too.
+class KR_API KrDiffList : public KrRBTree {
+ public:
+  // `entriesPerBlock` goes to the tree (0: about 500-byte blocks).
+  KrDiffList(unsigned long recordSize, KrCompareElementFunction compare,
+             unsigned long entriesPerBlock = 0);
+  ~KrDiffList() override;
+
+  // A new KrDiffListIterator on this list; the caller owns (deletes) it.
+  KrVIterator* CreateIterator(KrTransactionContext* context) override;
+  // The count stored with a list element (an element, not a node).
+  int* CountOf(void const* element) const;
+
+  unsigned long recordSize;   // bytes of the parked element
+  unsigned long countOffset;  // where the count follows it, int-aligned
+};
+
+// The diff-list iterator over a KrDiffList: a tree iterator (`cursor`) with
+// the search, insertion and deletion the differ asks for. `status` follows
+// the cursor's.
+class KR_API KrDiffListIterator : public KrDiffListIteratorInterface {
+ public:
+  explicit KrDiffListIterator(KrDiffList* list);
+  ~KrDiffListIterator() override;
+
+  int First() override;
+  int Next() override;
+  int Prior() override;
+  int Last() override;
+  // Stands on the entry equal to the probe's current element: 0, or -510
+  // when there is none (status -523), or a negative status of reading the
+  // probe or comparing.
+  int SearchElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
+                    KrVParameter* parameter) override;
+  // Adds an entry for the probe's current element, counting -1 (aux bit 0
+  // clear, or no parameter) or +1 (set), and stands on it: 0, or the tree's
+  // failure (-512 when an equal entry exists, -2030 without memory).
+  int InsertElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
+                    KrVParameter* parameter) override;
+  // Removes the current entry and stands on the next one (the prior one with
+  // kKrDeleteMoveToPrior), or past the end: 0, or a negative failure (-513
+  // for a stale position; nothing is deleted then).
+  int DeleteElement(unsigned short mode, KrVParameter* parameter) override;
+  void const* GetEntry(int& status, KrVParameter* parameter) const override;
+  // The current entry's count; null when the iterator is not on an entry.
+  int* DiffCount() override;
+
+  KrDiffList* List() const { return static_cast<KrDiffList*>(container); }
+
+  KrRBTreeIterator cursor;  // the position in the list's tree
+};
+
+// ---------------------------------------------------------------------------
+// Recording container
+
+// An output container that appends every element inserted into it at the
+// logical end of a MemFile, in the order of insertion: the differences a
+// differ writes, kept in memory. Each element is built, as in any container,
+// by the constructor function from the probe's key and dat (by default
+// elementSize bytes copied from the key). It supports no search or deletion.
+class KR_API KrRecordingContainer : public KrVContainer {
+ public:
+  // Requires: `file` outlives the container.
+  KrRecordingContainer(MemFile* file, unsigned long elementSize);
+  ~KrRecordingContainer() override;
+
+  // Appends an element built from the probe's current element; `mode` is
+  // not used. Returns 0; a negative status of reading the probe or of the
+  // constructor function; or -2030 when the file cannot grow. A failed
+  // insertion leaves the file as it was.
+  int InsertElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
+                    KrVParameter* parameter) override;
+
+  MemFile* memFile;  // not owned
+};
 
 #endif  // KR_CONTAINERS_H_

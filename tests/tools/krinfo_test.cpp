@@ -68,7 +68,7 @@ TEST(Krinfo, UnknownCommandsAndOptions) {
 TEST(Krinfo, HelpForTheToolAndEveryCommand) {
   ChildResult help = Krinfo({"--help"});
   EXPECT_EQ(help.exitCode, 0);
-  for (char const* command : {"crc32", "error", "now", "pack", "unpack", "version", "self",
+  for (char const* command : {"crc32", "diff", "error", "now", "pack", "unpack", "version", "self",
                                "describe", "check-version"}) {
     EXPECT_NE(help.out.find(std::string("  ") + command), std::string::npos) << command;
     ChildResult own = Krinfo({command, "--help"});

@@ -5,6 +5,8 @@ namespace krinfo {
 
 int RunCrc32(int argc, char** argv);
 void HelpCrc32(std::FILE* out);
+int RunDiff(int argc, char** argv);
+void HelpDiff(std::FILE* out);
 int RunError(int argc, char** argv);
 void HelpError(std::FILE* out);
 int RunNow(int argc, char** argv);
@@ -24,6 +26,8 @@ void HelpCheckVersion(std::FILE* out);
 
 Command const kCommands[] = {
     {"crc32", "FILE...", "print the CRC-32 of files", RunCrc32, HelpCrc32},
+    {"diff", "--record-size N [--text] FILE_A FILE_B",
+     "print the records only one of two sorted record files holds", RunDiff, HelpDiff},
     {"error", "CODE... [--context TEXT]", "print the text of result codes", RunError, HelpError},
     {"now", "", "print local and UTC date and time and the time zone", RunNow, HelpNow},
     {"pack", "FILE [-o OUT]", "compress a file as one run-length record", RunPack, HelpPack},
