@@ -1,6 +1,7 @@
 // KrRBTree: construction, insertion, deletion and clearing.
 #include <kr/containers.h>
 
+#include "containers/probe.h"
 #include "containers/rbtree_internal.h"
 
 using kr_detail::CompareWith;
@@ -164,13 +165,9 @@ int KrRBTree::InsertEntry(void const* entry, unsigned short mode, KrVParameter* 
 
 int KrRBTree::InsertElement(KrVIterator const* probe, KrVParameter* probeParameter,
                             unsigned short mode, KrVParameter* parameter) {
-  int status = 0;
-  void const* entry = probe->GetEntry(status, probeParameter);
-  if (status < 0) return status;
   void const* key = nullptr;
   void const* dat = nullptr;
-  status = probe->GetEntryParts(entry, nullptr, &key, &dat, nullptr, probeParameter);
-  if (status == kKrNoDat) status = 0;
+  int status = kr_detail::ReadProbeParts(probe, probeParameter, key, dat);
   if (status < 0) return status;
 
   if (!constructorElement) return kKrNotImplemented;
@@ -185,13 +182,9 @@ int KrRBTree::InsertElement(KrVIterator const* probe, KrVParameter* probeParamet
 
 int KrRBTree::DeleteElement(KrVIterator const* probe, KrVParameter* probeParameter,
                             unsigned short mode, KrVParameter* parameter) {
-  int status = 0;
-  void const* entry = probe->GetEntry(status, probeParameter);
-  if (status < 0) return status;
   void const* key = nullptr;
   void const* dat = nullptr;
-  status = probe->GetEntryParts(entry, nullptr, &key, &dat, nullptr, probeParameter);
-  if (status == kKrNoDat) status = 0;
+  int status = kr_detail::ReadProbeParts(probe, probeParameter, key, dat);
   if (status < 0) return status;
 
   KrRBTreeNodeStack path;

@@ -19,6 +19,7 @@
 // always found as itself, never as an equal twin, however long its run.
 #include <kr/containers.h>
 
+#include "containers/probe.h"
 #include "containers/rbtree_internal.h"
 
 using kr_detail::CompareWith;
@@ -227,13 +228,9 @@ KrRBTreeNode* KrRBTree::SearchEntry(KrRBTreeNode const* node, int& status, unsig
 
 int KrRBTree::SearchElement(KrVIterator const* probe, KrVParameter* probeParameter,
                             unsigned short mode, KrVParameter* parameter, KrVIterator* result) {
-  int status = 0;
-  void const* entry = probe->GetEntry(status, probeParameter);
-  if (status < 0) return status;
   void const* key = nullptr;
   void const* dat = nullptr;
-  status = probe->GetEntryParts(entry, nullptr, &key, &dat, nullptr, probeParameter);
-  if (status == kKrNoDat) status = 0;
+  int status = kr_detail::ReadProbeParts(probe, probeParameter, key, dat);
   if (status < 0) return status;
 
   KrRBTreeNodeStackEntry* found = nullptr;

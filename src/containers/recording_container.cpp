@@ -2,6 +2,8 @@
 // memory file.
 #include <kr/containers.h>
 
+#include "containers/probe.h"
+
 KrRecordingContainer::KrRecordingContainer(MemFile* file, unsigned long size)
     : KrVContainer(size, 0), memFile(file) {}
 
@@ -9,13 +11,9 @@ KrRecordingContainer::~KrRecordingContainer() {}
 
 int KrRecordingContainer::InsertElement(KrVIterator const* probe, KrVParameter* probeParameter,
                                         unsigned short, KrVParameter* parameter) {
-  int status = 0;
-  void const* entry = probe->GetEntry(status, probeParameter);
-  if (status < 0) return status;
   void const* key = nullptr;
   void const* dat = nullptr;
-  status = probe->GetEntryParts(entry, nullptr, &key, &dat, nullptr, probeParameter);
-  if (status == kKrNoDat) status = 0;
+  int status = kr_detail::ReadProbeParts(probe, probeParameter, key, dat);
   if (status < 0) return status;
   if (!constructorElement) return kKrNotImplemented;
 
