@@ -31,17 +31,9 @@ KrEntryCache::KrEntryCache(unsigned long size, unsigned long perBlock, unsigned 
   Init(size, perBlock, align);
 }
 
+// Copies the shape only: no entries, no blocks.
 KrEntryCache::KrEntryCache(KrEntryCache const& other)
-    : usedBlocks(nullptr),
-      oldestUsedBlock(nullptr),
-      remaining(0),
-      freeBlocks(nullptr),
-      returnedEntries(nullptr),
-      entrySize(0),
-      entriesPerBlock(0),
-      alignment(0) {
-  Init(other.entrySize, other.entriesPerBlock, other.alignment);
-}
+    : KrEntryCache(other.entrySize, other.entriesPerBlock, other.alignment) {}
 
 KrEntryCache::~KrEntryCache() { Clear(); }
 
