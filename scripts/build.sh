@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-bash scripts/deps.sh
+bash scripts/deps.sh build
 cmake --preset default >/dev/null
 cmake --build --preset default -j "$(nproc)"
 

@@ -24,9 +24,21 @@ ChildResult RunInChild(std::function<int()> const& body);
 
 // Runs `argv[0]` with the arguments `argv`, feeding `input` to its standard
 // input. Extra environment entries ("NAME=value") are added to the child's.
+// Under an emulator (see Emulator()) the program is started through it.
 ChildResult RunProgram(std::vector<std::string> const& argv, std::string const& input = "",
                        std::vector<std::string> const& environment = {});
 
+// The command that runs this build's programs where the kernel cannot (the
+// i386 build under qemu-i386), split into words; empty when they run natively.
+std::vector<std::string> Emulator();
+
 }  // namespace kr_test
+
+// Skips the current test when the build's programs run under an emulator, for
+// checks that cannot hold there (resource limits, signals, /proc details).
+#define KR_SKIP_UNDER_EMULATOR(why)                                              \
+  do {                                                                           \
+    if (!kr_test::Emulator().empty()) GTEST_SKIP() << "under an emulator: " << why; \
+  } while (0)
 
 #endif  // KR_TESTS_SUPPORT_CHILD_PROCESS_H_
