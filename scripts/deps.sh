@@ -3,7 +3,8 @@
 #
 #   scripts/deps.sh build   building the library, krinfo and the benchmarks
 #                           (x86_64 only): compiler, CMake, GoogleTest, Google
-#                           Benchmark, zlib, pkg-config, time zone data
+#                           Benchmark, zlib and LZ4 (benchmark anchors), pkg-config,
+#                           time zone data
 #   scripts/deps.sh test    all of the above and what the test suite needs: the
 #                           i386 multilib toolchain with i386 zlib, the system
 #                           logger, and qemu-user when this kernel cannot run
@@ -27,7 +28,7 @@ simulate=0
 if [ "${1:-}" = --simulate ]; then simulate=1; shift; fi
 group=${1:-test}
 
-build_packages=(build-essential cmake g++ libgtest-dev libbenchmark-dev zlib1g-dev
+build_packages=(build-essential cmake g++ libgtest-dev libbenchmark-dev zlib1g-dev liblz4-dev
                 pkg-config tzdata)
 test_packages=(g++-multilib zlib1g-dev:i386 rsyslog)
 case $group in

@@ -1,14 +1,17 @@
-// Run-length record compression: DScomp, DSdecomp, DSlen and DScheck.
+// Run-length record compression: DScomp, DSdecomp, DSlen and DScheck. The
+// compressor and the expander run on the 64-byte operations of byte_runs.h
+// where the processor has them, else on the 8-byte ones; both give identical
+// results.
 #include <kr/memory.h>
 
 #include <limits.h>
 #include <stdint.h>
-#include <string.h>
+
+#include "memory/byte_runs.h"
 
 namespace {
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
-              "the word-at-a-time scans below find the first byte at the low end");
+using kr_detail::PlainBytes;
 
 constexpr int kMaxItemCount = 255;     // longest run or literal one item holds
 constexpr int kRunLimit = 256;         // a pure run this long is split
@@ -21,106 +24,10 @@ constexpr unsigned char kLiteralMarker = 0;
 // records count as compressible) and is kept.
 constexpr int kSplitRoom = kMaxItemCount + kLiteralHeaderSize;
 
-constexpr uint64_t kEveryByte = 0x0101010101010101ull;
-
-inline uint64_t LoadWord(unsigned char const* p) {
-  uint64_t word;
-  memcpy(&word, p, sizeof word);
-  return word;
-}
-
-// Short fills and copies (an item holds at most 255 bytes) as a few
-// unaligned 16-, 8-, 4-, 2- and 1-byte stores, the last one overlapping the
-// one before. The compiler would otherwise turn memset and memcpy with a
-// length known to be small into string instructions, whose start-up cost
-// dominates at these sizes. Neither writes outside [dst, dst + n).
-template <typename Word>
-inline void StoreWord(unsigned char* dst, Word word) {
-  memcpy(dst, &word, sizeof word);
-}
-
-inline void FillShort(unsigned char* dst, unsigned char value, size_t n) {
-  uint64_t const word = kEveryByte * value;
-  if (n >= 16) {
-    for (size_t at = 0; at + 16 <= n; at += 16) {
-      StoreWord(dst + at, word);
-      StoreWord(dst + at + 8, word);
-    }
-    StoreWord(dst + n - 16, word);
-    StoreWord(dst + n - 8, word);
-  } else if (n >= 8) {
-    StoreWord(dst, word);
-    StoreWord(dst + n - 8, word);
-  } else if (n >= 4) {
-    StoreWord(dst, static_cast<uint32_t>(word));
-    StoreWord(dst + n - 4, static_cast<uint32_t>(word));
-  } else if (n >= 2) {
-    StoreWord(dst, static_cast<uint16_t>(word));
-    StoreWord(dst + n - 2, static_cast<uint16_t>(word));
-  } else if (n == 1) {
-    *dst = value;
-  }
-}
-
-// Requires: the two ranges do not overlap.
-inline void CopyShort(unsigned char* dst, unsigned char const* src, size_t n) {
-  unsigned char chunk[16];
-  if (n >= 16) {
-    for (size_t at = 0; at + 16 <= n; at += 16) {
-      memcpy(chunk, src + at, 16);
-      memcpy(dst + at, chunk, 16);
-    }
-    memcpy(chunk, src + n - 16, 16);
-    memcpy(dst + n - 16, chunk, 16);
-  } else if (n >= 8) {
-    memcpy(chunk, src, 8);
-    memcpy(chunk + 8, src + n - 8, 8);
-    memcpy(dst, chunk, 8);
-    memcpy(dst + n - 8, chunk + 8, 8);
-  } else if (n >= 4) {
-    memcpy(chunk, src, 4);
-    memcpy(chunk + 4, src + n - 4, 4);
-    memcpy(dst, chunk, 4);
-    memcpy(dst + n - 4, chunk + 4, 4);
-  } else {
-    for (size_t i = 0; i < n; ++i) dst[i] = src[i];
-  }
-}
-
-// Index of the lowest nonzero byte of a nonzero word.
-inline int FirstNonzeroByte(uint64_t word) { return __builtin_ctzll(word) / 8; }
-
-// The number of bytes at `p`, at most `limit`, equal to `value`.
-size_t CountEqual(unsigned char const* p, size_t limit, unsigned char value) {
-  uint64_t const pattern = kEveryByte * value;
-  size_t n = 0;
-  while (limit - n >= sizeof(uint64_t)) {
-    uint64_t const differs = LoadWord(p + n) ^ pattern;
-    if (differs != 0) return n + FirstNonzeroByte(differs);
-    n += sizeof(uint64_t);
-  }
-  while (n < limit && p[n] == value) ++n;
-  return n;
-}
-
-// The number of bytes from `p`, at most `limit`, that each differ from the
-// byte before them (p[-1] is the first one's predecessor).
-size_t CountUnequalToPrevious(unsigned char const* p, size_t limit) {
-  size_t n = 0;
-  while (limit - n >= sizeof(uint64_t)) {
-    // A zero byte k in the difference means p[n + k] == p[n + k - 1]. The
-    // lowest byte the borrow trick flags is always a true zero byte.
-    uint64_t const x = LoadWord(p + n) ^ LoadWord(p + n - 1);
-    uint64_t const zeros = (x - kEveryByte) & ~x & (kEveryByte << 7);
-    if (zeros != 0) return n + FirstNonzeroByte(zeros);
-    n += sizeof(uint64_t);
-  }
-  while (n < limit && p[n] != p[n - 1]) ++n;
-  return n;
-}
-
 // The compressor's output: a capacity, the bytes written so far and the room
-// tests. Invariant: written <= capacity.
+// tests, writing through the byte operations `Bytes` (byte_runs.h).
+// Invariant: written <= capacity.
+template <typename Bytes>
 class ItemWriter {
  public:
   ItemWriter(unsigned char* dst, int capacity) : dst_(dst), capacity_(capacity) {}
@@ -142,7 +49,7 @@ class ItemWriter {
   void PutLiteral(unsigned char const* bytes, int length) {
     dst_[written_] = kLiteralMarker;
     dst_[written_ + 1] = static_cast<unsigned char>(length);
-    CopyShort(dst_ + written_ + kLiteralHeaderSize, bytes, static_cast<size_t>(length));
+    Bytes::Copy(dst_ + written_ + kLiteralHeaderSize, bytes, static_cast<size_t>(length));
     written_ += length + kLiteralHeaderSize;
   }
 
@@ -160,9 +67,10 @@ class ItemWriter {
 // stretch. The byte-by-byte rules are applied in bulk where they do nothing
 // but count: along a run (until it reaches kRunLimit) and along bytes that
 // each differ from the one before (until the stretch reaches kRunLimit).
+template <typename Bytes>
 class Compressor {
  public:
-  Compressor(unsigned char const* src, int srcLen, ItemWriter* out)
+  Compressor(unsigned char const* src, int srcLen, ItemWriter<Bytes>* out)
       : src_(src), end_(srcLen > 1 ? static_cast<size_t>(srcLen) : 1), out_(out) {}
 
   // Reads the whole source; false when a room test failed or the output is
@@ -194,8 +102,8 @@ class Compressor {
   bool TakeEqualBytes() {
     if (pending_ == run_) {
       size_t const limit = static_cast<size_t>(kRunLimit - run_);
-      int const n = static_cast<int>(CountEqual(src_ + next_, Min(end_ - next_, limit),
-                                                src_[next_ - 1]));
+      int const n = static_cast<int>(
+          Bytes::CountEqual(src_ + next_, Min(end_ - next_, limit), src_[next_ - 1]));
       run_ += n;
       pending_ += n;
       next_ += static_cast<size_t>(n);
@@ -232,7 +140,7 @@ class Compressor {
     // This byte and every following one that differs from its predecessor
     // join the literal stretch; a stretch that reaches kRunLimit bytes gives
     // its first 255 as a literal item.
-    size_t remaining = 1 + CountUnequalToPrevious(src_ + next_ + 1, end_ - next_ - 1);
+    size_t remaining = 1 + Bytes::CountUnequalToPrevious(src_ + next_ + 1, end_ - next_ - 1);
     run_ = 1;
     while (remaining > 0) {
       size_t const step = Min(remaining, static_cast<size_t>(kRunLimit - pending_));
@@ -253,27 +161,26 @@ class Compressor {
 
   unsigned char const* src_;
   size_t const end_;  // bytes to read; at least 1
-  ItemWriter* out_;
+  ItemWriter<Bytes>* out_;
   size_t next_ = 1;   // the first byte is read in every case
   int pending_ = 1;
   int run_ = 1;
 };
 
-}  // namespace
-
-int DScomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
-  // Guard: without a first byte there is nothing to read; storing plain is
-  // the caller's way out.
-  if (!src) return -1;
-  ItemWriter out(dst, *dstLen);
-  Compressor compressor(src, srcLen, &out);
+// DScomp with the byte operations `Bytes`.
+template <typename Bytes>
+int Compress(unsigned char const* src, int srcLen, unsigned char* dst, int* dstLen) {
+  ItemWriter<Bytes> out(dst, *dstLen);
+  Compressor<Bytes> compressor(src, srcLen, &out);
   if (*dstLen >= 1 && !compressor.ReadAll()) return -1;
   if (!compressor.Flush()) return -1;
   *dstLen = out.written();
   return 0;
 }
 
-int DSdecomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
+// DSdecomp with the byte operations `Bytes`.
+template <typename Bytes>
+int Expand(unsigned char const* src, int srcLen, unsigned char* dst, int* dstLen) {
   int produced = 0;
   if (srcLen > 0 && *dstLen > 0) {
     long long used = 0;  // an item may end past srcLen
@@ -285,7 +192,7 @@ int DSdecomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
           *dstLen = produced;
           return 2;
         }
-        FillShort(dst + produced, src[used + 1], count);
+        Bytes::Fill(dst + produced, src[used + 1], count);
         used += kRunItemSize;
         produced += count;
       } else {
@@ -294,7 +201,7 @@ int DSdecomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
           *dstLen = produced;
           return 2;
         }
-        CopyShort(dst + produced, src + used + kLiteralHeaderSize, length);
+        Bytes::Copy(dst + produced, src + used + kLiteralHeaderSize, length);
         used += length + kLiteralHeaderSize;
         produced += length;
       }
@@ -303,6 +210,62 @@ int DSdecomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
   *dstLen = produced;
   return produced == 0 && srcLen > 0 ? 2 : 0;
 }
+
+// The plain codec, and on x86_64 the one on 64-byte operations with every
+// call inlined, so that those are compiled for the processor they need.
+// DScomp and DSdecomp are bound to one or the other when the library is
+// loaded (an indirect function), so that a call costs no run-time test.
+using CompressFunction = int (*)(unsigned char*, int, unsigned char*, int*);
+
+int CompressPlain(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
+  // Guard: without a first byte there is nothing to read; storing plain is
+  // the caller's way out.
+  if (!src) return -1;
+  return Compress<PlainBytes>(src, srcLen, dst, dstLen);
+}
+
+int ExpandPlain(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen) {
+  return Expand<PlainBytes>(src, srcLen, dst, dstLen);
+}
+
+#if KR_HAVE_WIDE_BYTES
+using kr_detail::WideBytes;
+
+KR_WIDE_BYTES_TARGET __attribute__((flatten)) int CompressWide(unsigned char* src, int srcLen,
+                                                                unsigned char* dst, int* dstLen) {
+  if (!src) return -1;
+  return Compress<WideBytes>(src, srcLen, dst, dstLen);
+}
+
+KR_WIDE_BYTES_TARGET __attribute__((flatten)) int ExpandWide(unsigned char* src, int srcLen,
+                                                              unsigned char* dst, int* dstLen) {
+  return Expand<WideBytes>(src, srcLen, dst, dstLen);
+}
+#endif
+
+}  // namespace
+
+// The resolvers run while the library is relocated, before any constructor.
+extern "C" {
+static CompressFunction ResolveDScomp() {
+#if KR_HAVE_WIDE_BYTES
+  if (kr_detail::WideBytesAvailable()) return CompressWide;
+#endif
+  return CompressPlain;
+}
+
+static CompressFunction ResolveDSdecomp() {
+#if KR_HAVE_WIDE_BYTES
+  if (kr_detail::WideBytesAvailable()) return ExpandWide;
+#endif
+  return ExpandPlain;
+}
+}
+
+int DScomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen)
+    __attribute__((ifunc("ResolveDScomp")));
+int DSdecomp(unsigned char* src, int srcLen, unsigned char* dst, int* dstLen)
+    __attribute__((ifunc("ResolveDSdecomp")));
 
 int DSlen(unsigned char* src, int srcLen) {
   // Unsigned 32-bit sum: it wraps instead of overflowing.
