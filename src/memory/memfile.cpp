@@ -87,6 +87,42 @@ unsigned char* At(unsigned char* buffer, long long offset) {
                                           static_cast<uintptr_t>(offset));
 }
 
+// SizeSet(newSize) for a size that grows the file within its last segment,
+// without a call: the growth rule then keeps every field but the logical
+// size (the segment count stays, and stays within the doubling limit), so
+// only that changes. Returns false, changing nothing, for any other size.
+bool GrowWithinLastSegment(MemFile& file, long newSize) {
+  long long const segments = SegmentsFor(newSize, file.segmentShift);
+  bool const sameSegments =
+      file.logicalSize < newSize && segments == file.segmentCount && file.buffer &&
+      (segments <= kMostSegmentsBeforeDoubling || file.segmentShift >= kLargestGrowthShift);
+  if (sameSegments) file.logicalSize = newSize;
+  return sameSegments;
+}
+
+// memcpy for the short pieces appends mostly are: up to 16 bytes as two
+// overlapping loads and stores, without a call.
+// Requires: the ranges do not overlap.
+inline void CopyBytes(unsigned char* dst, unsigned char const* src, size_t n) {
+  if (n > 16) {
+    memcpy(dst, src, n);
+  } else if (n >= 8) {
+    uint64_t head, tail;
+    memcpy(&head, src, 8);
+    memcpy(&tail, src + n - 8, 8);
+    memcpy(dst, &head, 8);
+    memcpy(dst + n - 8, &tail, 8);
+  } else if (n >= 4) {
+    uint32_t head, tail;
+    memcpy(&head, src, 4);
+    memcpy(&tail, src + n - 4, 4);
+    memcpy(dst, &head, 4);
+    memcpy(dst + n - 4, &tail, 4);
+  } else {
+    for (size_t i = 0; i < n; ++i) dst[i] = src[i];
+  }
+}
+
 // Writes the whole content of `source` at the position of `target`, leaving
 // the source's position as it was.
 void CopyContent(MemFile const& source, MemFile* target) {
@@ -243,10 +279,13 @@ long MemFile::Put(unsigned char const* src, long offset, long length) {
   if (offset < 0 || length < 0 || __builtin_add_overflow(offset, length, &end)) return 0;
   // A source inside this file's own block is found again if the block moves.
   long long const sourceOffset = OffsetInBlock(*this, src);
-  if (logicalSize < end && SizeSet(end, 0) != 0) return 0;
+  if (logicalSize < end && !GrowWithinLastSegment(*this, end) && SizeSet(end, 0) != 0) return 0;
   if (!buffer || !InBlock(*this, offset, length)) return 0;
-  if (sourceOffset >= 0) src = buffer + sourceOffset;
-  if (length != 0) memmove(buffer + offset, src, static_cast<size_t>(length));
+  if (sourceOffset >= 0) {
+    memmove(buffer + offset, buffer + sourceOffset, static_cast<size_t>(length));
+  } else {
+    CopyBytes(buffer + offset, src, static_cast<size_t>(length));
+  }
   return length;
 }
 
