@@ -1,13 +1,13 @@
-// The red-black tree against std::multiset<int>: inserting and finding
-// 1,000,000 4-byte keys in random order (and inserting them ascending), and
-// the memory each holds per element.
+// The red-black tree against std::multiset<int>: inserting 1,000,000 4-byte
+// keys ascending (the multiset with the end as its hint) and in random
+// order, and finding them in random order; and the memory each holds per
+// element.
 //
 // The tree is used as callers use it: one one-entry container as the probe,
 // pointed at each key in turn, and a compare function called through the
 // container. Memory is counted two ways: bytes requested (the cache's blocks
 // from its block count; the multiset's node allocations) and bytes the heap
 // spends on them (malloc's usable size plus its chunk header).
-#include <benchmark/benchmark.h>
 #include <kr/containers.h>
 #include <malloc.h>
 
@@ -19,13 +19,15 @@
 #include <set>
 #include <vector>
 
+#include "bench_support.h"
+
 namespace {
 
-const int kElements = 1000000;
+int Elements() { return kr_bench::Scaled(1000000, 10000); }
 const std::size_t kChunkHeader = sizeof(std::size_t);
 
 std::vector<int> Keys(bool shuffled) {
-  std::vector<int> keys(kElements);
+  std::vector<int> keys(static_cast<size_t>(Elements()));
   std::iota(keys.begin(), keys.end(), 0);
   if (shuffled) std::shuffle(keys.begin(), keys.end(), std::mt19937(42));
   return keys;
@@ -103,46 +105,81 @@ bool operator!=(CountingAllocator<T> const&, CountingAllocator<U> const&) {
   return false;
 }
 
-using IntMultiset = std::multiset<int, std::less<int>, CountingAllocator<int>>;
+// Timed runs use the plain multiset; its memory is counted in one more,
+// untimed run with the counting allocator.
+using IntMultiset = std::multiset<int>;
+using CountedMultiset = std::multiset<int, std::less<int>, CountingAllocator<int>>;
 
-void BM_KrRBTreeInsert(benchmark::State& state) {
-  std::vector<int> keys = Keys(state.range(0) != 0);
+template <typename Set>
+void InsertAll(Set& set, std::vector<int> const& keys, bool shuffled) {
+  if (shuffled) {
+    for (int key : keys) set.insert(key);
+  } else {
+    for (int key : keys) set.insert(set.end(), key);
+  }
+}
+
+bool Ascending(KrRBTree& tree, std::vector<int> const& sorted) {
+  KrRBTreeIterator walk(&tree, nullptr);
+  int status = 0;
+  size_t i = 0;
+  for (int step = walk.First(); step == 0; step = walk.Next(), ++i) {
+    if (i >= sorted.size() || *static_cast<int const*>(walk.GetElement(status, nullptr)) != sorted[i]) {
+      return false;
+    }
+  }
+  return i == sorted.size() && tree.CheckTree(nullptr) == 0;
+}
+
+bool SetAscending(IntMultiset const& set, std::vector<int> const& sorted) {
+  return std::equal(set.begin(), set.end(), sorted.begin(), sorted.end());
+}
+
+// Inserting every key; `shuffled` chooses random or ascending order. Each run
+// checks the order it built (untimed).
+void TreeInsert(benchmark::State& state, bool shuffled) {
+  std::vector<int> const keys = Keys(shuffled), sorted = Keys(false);
   double requested = 0, heap = 0;
+  bool ok = true;
   for (auto _ : state) {
-    IntTree tree(static_cast<unsigned long>(state.range(1)));
+    IntTree tree(0);
     Fill(tree, keys);
     state.PauseTiming();
     TreeMemory(tree, requested, heap);
+    ok = ok && Ascending(tree, sorted);
     state.ResumeTiming();
   }
-  state.SetItemsProcessed(state.iterations() * kElements);
+  if (!ok) state.SkipWithError("the tree does not hold the keys in order");
+  state.SetItemsProcessed(state.iterations() * Elements());
   state.counters["bytes/element"] = requested;
   state.counters["heap bytes/element"] = heap;
 }
-// Arguments: shuffled keys?, entries per block (0: the default ~500-byte blocks).
-BENCHMARK(BM_KrRBTreeInsert)
-    ->Args({1, 0})
-    ->Args({1, 4096})
-    ->Args({0, 0})
-    ->Iterations(3)
-    ->Unit(benchmark::kMillisecond);
 
-void BM_MultisetInsert(benchmark::State& state) {
-  std::vector<int> keys = Keys(state.range(0) != 0);
-  Usage usage;
+// The multiset's inserts: ascending keys with the end as the hint, as an
+// append does; random keys plainly.
+void MultisetInsert(benchmark::State& state, bool shuffled) {
+  std::vector<int> const keys = Keys(shuffled), sorted = Keys(false);
+  bool ok = true;
   for (auto _ : state) {
-    gUsage = Usage();
     IntMultiset set;
-    for (int key : keys) set.insert(key);
-    usage = gUsage;
+    InsertAll(set, keys, shuffled);
+    state.PauseTiming();
+    ok = ok && SetAscending(set, sorted);
+    state.ResumeTiming();
   }
-  state.SetItemsProcessed(state.iterations() * kElements);
-  state.counters["bytes/element"] = static_cast<double>(usage.requested) / kElements;
-  state.counters["heap bytes/element"] = static_cast<double>(usage.heap) / kElements;
+  if (!ok) state.SkipWithError("the multiset does not hold the keys in order");
+  gUsage = Usage();
+  {
+    CountedMultiset counted;
+    InsertAll(counted, keys, shuffled);
+  }
+  Usage const usage = gUsage;
+  state.SetItemsProcessed(state.iterations() * Elements());
+  state.counters["bytes/element"] = static_cast<double>(usage.requested) / Elements();
+  state.counters["heap bytes/element"] = static_cast<double>(usage.heap) / Elements();
 }
-BENCHMARK(BM_MultisetInsert)->Arg(1)->Arg(0)->Iterations(3)->Unit(benchmark::kMillisecond);
 
-void BM_KrRBTreeFind(benchmark::State& state) {
+void TreeFind(benchmark::State& state) {
   std::vector<int> keys = Keys(true);
   IntTree tree(0);
   Fill(tree, keys);
@@ -156,12 +193,11 @@ void BM_KrRBTreeFind(benchmark::State& state) {
       found += tree.SearchElement(&at, nullptr, 0, nullptr, nullptr) == 0;
     }
   }
-  if (found != state.iterations() * kElements) state.SkipWithError("a key was not found");
-  state.SetItemsProcessed(state.iterations() * kElements);
+  if (found != state.iterations() * Elements()) state.SkipWithError("a key was not found");
+  state.SetItemsProcessed(state.iterations() * Elements());
 }
-BENCHMARK(BM_KrRBTreeFind)->Iterations(3)->Unit(benchmark::kMillisecond);
 
-void BM_MultisetFind(benchmark::State& state) {
+void MultisetFind(benchmark::State& state) {
   std::vector<int> keys = Keys(true);
   IntMultiset set(keys.begin(), keys.end());
   std::shuffle(keys.begin(), keys.end(), std::mt19937(7));
@@ -169,9 +205,25 @@ void BM_MultisetFind(benchmark::State& state) {
   for (auto _ : state) {
     for (int key : keys) found += set.find(key) != set.end();
   }
-  if (found != state.iterations() * kElements) state.SkipWithError("a key was not found");
-  state.SetItemsProcessed(state.iterations() * kElements);
+  if (found != state.iterations() * Elements()) state.SkipWithError("a key was not found");
+  state.SetItemsProcessed(state.iterations() * Elements());
 }
-BENCHMARK(BM_MultisetFind)->Iterations(3)->Unit(benchmark::kMillisecond);
+
+int const registered = [] {
+  int const runs = kr_bench::Scaled(5, 1);
+  auto each = [runs](benchmark::internal::Benchmark* bench) {
+    bench->Iterations(runs)->Unit(benchmark::kMillisecond);
+  };
+  each(kr_bench::Register("tree_ascending_1e6", "ours", [](benchmark::State& s) { TreeInsert(s, false); }));
+  each(kr_bench::Register("tree_ascending_1e6", "multiset",
+                          [](benchmark::State& s) { MultisetInsert(s, false); }));
+  each(kr_bench::Register("tree_random_insert_1e6", "ours",
+                          [](benchmark::State& s) { TreeInsert(s, true); }));
+  each(kr_bench::Register("tree_random_insert_1e6", "multiset",
+                          [](benchmark::State& s) { MultisetInsert(s, true); }));
+  each(kr_bench::Register("tree_random_find_1e6", "ours", TreeFind));
+  each(kr_bench::Register("tree_random_find_1e6", "multiset", MultisetFind));
+  return 0;
+}();
 
 }  // namespace

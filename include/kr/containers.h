@@ -453,6 +453,23 @@ class KR_API KrRBTree : public KrVContainer {
   KrEntryCache nodeCache;        // node memory
   unsigned short hasDuplicates;  // 1 once equal keys were admitted; reset by Clear
   unsigned long changeCount;     // bumped by every insertion and deletion
+
+ private:
+  // Links a built node: the append fast path or the descent. On success the
+  // path leads to the new node's parent and `appended` tells which way.
+  int _Link(KrRBTreeNode* node, unsigned short mode, KrVParameter* parameter,
+            KrRBTreeNodeStack& path, bool& appended);
+  // RestoreBalance for a node just appended under the old `last`, working on
+  // the remembered spine instead of a path, and keeping the spine up to date.
+  void _AppendBalance(KrRBTreeNode* node);
+
+  // The right spine (root down to `last`) as the last append left it, so
+  // that ascending insertion need not walk it again. Trusted while
+  // `spineStamp_` equals changeCount and it still starts at `root` and ends
+  // at `last`: every change to the tree but an append bumps changeCount.
+  KrRBTreeNodeStack spine_;
+  unsigned long spineStamp_;
+  bool spineKnown_;
 };
 
 // The parameter block of tree operations; adds nothing to the base.

@@ -3,9 +3,31 @@
 
 #include <cstring>
 
+namespace {
+
+// memcpy of a size known only at run time, inline for the common small
+// element sizes (a call costs more than the copy there).
+void CopyElement(void* destination, void const* source, unsigned long size) {
+  switch (size) {
+    case 4:
+      std::memcpy(destination, source, 4);
+      break;
+    case 8:
+      std::memcpy(destination, source, 8);
+      break;
+    case 16:
+      std::memcpy(destination, source, 16);
+      break;
+    default:
+      std::memcpy(destination, source, size);
+  }
+}
+
+}  // namespace
+
 int DefaultConstructorElement(KrVContainer* container, void* destination, KrVIterator const*,
                               void const* key, void const*, KrVParameter*) {
-  std::memcpy(destination, key, container->elementSize);
+  CopyElement(destination, key, container->elementSize);
   return 0;
 }
 

@@ -39,54 +39,6 @@ KrRBTreeNode* Rightmost(KrRBTreeNode* node) {
   return node;
 }
 
-// Links a node whose element is built; everything but the balance.
-// Returns 0 (the path leads to the new node's parent), or a failure with the
-// tree unchanged.
-int LinkNode(KrRBTree& tree, KrRBTreeNode* node, unsigned short mode, KrVParameter* parameter,
-             KrRBTreeNodeStack& path) {
-  TreeProbe probe = {nullptr, nullptr, nullptr, parameter};
-  int status = ReadKeyAndDat(tree, node->Element(), probe.key, probe.dat, parameter);
-  if (status < 0) return status;
-  if (!tree.root) {
-    node->SetBlack();
-    tree.root = tree.last = node;
-    return 0;
-  }
-  if (!tree.compareElement) return kKrNotImplemented;
-
-  bool before = (mode & kKrInsertBefore) != 0;
-  bool sameKey = false;
-  int keyComparison;
-  int order;
-  status = CompareWith(tree, probe, tree.last, keyComparison, order);
-  if (status < 0) return status;
-  if (order > 0 || (order == 0 && !before)) {
-    // Append: the new greatest element goes right of `last`.
-    status = Admit(tree.flags, keyComparison, order, sameKey);
-    if (status < 0) return status;
-    path.PushRightmost(tree.root);
-    tree.last->right = node;
-    tree.last = node;
-  } else {
-    bool goLeft = false;
-    for (KrRBTreeNode* at = tree.root; at; at = goLeft ? at->Left() : at->right) {
-      path.Push(at);
-      status = CompareWith(tree, probe, at, keyComparison, order);
-      if (status < 0) return status;
-      status = Admit(tree.flags, keyComparison, order, sameKey);
-      if (status < 0) return status;
-      goLeft = order < 0 || (order == 0 && before);
-    }
-    if (goLeft) {
-      path.TopNode()->SetLeft(node);
-    } else {
-      path.TopNode()->right = node;
-    }
-  }
-  if (sameKey) tree.hasDuplicates = 1;
-  return 0;
-}
-
 }  // namespace
 
 KrRBTree::KrRBTree(unsigned long size, unsigned short optionFlags, unsigned long entriesPerBlock)
@@ -95,7 +47,9 @@ KrRBTree::KrRBTree(unsigned long size, unsigned short optionFlags, unsigned long
       last(nullptr),
       nodeCache(size + kNodeLinks, entriesPerBlock, alignof(KrRBTreeNode)),
       hasDuplicates(0),
-      changeCount(0) {}
+      changeCount(0),
+      spineStamp_(0),
+      spineKnown_(false) {}
 
 KrRBTree::~KrRBTree() {
   if (destructorElement && root) DeleteTree(root);
@@ -151,16 +105,122 @@ int KrRBTree::InsertEntry(void const* entry, unsigned short mode, KrVParameter* 
   node->left = KrRBTreeNode::kRed;
   node->right = nullptr;
   KrRBTreeNodeStack path;
-  int status = LinkNode(*this, node, mode, parameter, path);
+  bool appended = false;
+  int status = _Link(node, mode, parameter, path, appended);
   if (status < 0) {
     if (destructorElement) destructorElement(this, node->Element());
     nodeCache.UngetEntry(node);
     return status;
   }
-  if (node != root) RestoreBalance(&path, node);
+  if (appended) {
+    _AppendBalance(node);
+  } else if (node != root) {
+    RestoreBalance(&path, node);
+  }
   ++changeCount;
   ++count;
+  if (appended) spineStamp_ = changeCount;  // the spine is up to date
   return 0;
+}
+
+int KrRBTree::_Link(KrRBTreeNode* node, unsigned short mode, KrVParameter* parameter,
+                    KrRBTreeNodeStack& path, bool& appended) {
+  TreeProbe probe = {nullptr, nullptr, nullptr, parameter};
+  int status = ReadKeyAndDat(*this, node->Element(), probe.key, probe.dat, parameter);
+  if (status < 0) return status;
+  if (!root) {
+    node->SetBlack();
+    root = last = node;
+    return 0;
+  }
+  if (!compareElement) return kKrNotImplemented;
+
+  bool before = (mode & kKrInsertBefore) != 0;
+  bool sameKey = false;
+  int keyComparison;
+  int order;
+  status = CompareWith(*this, probe, last, keyComparison, order);
+  if (status < 0) return status;
+  if (order > 0 || (order == 0 && !before)) {
+    // Append: the new greatest element goes right of `last`, the path being
+    // the right spine.
+    status = Admit(flags, keyComparison, order, sameKey);
+    if (status < 0) return status;
+    bool const known = spineKnown_ && spineStamp_ == changeCount &&
+                       spine_.slots[1].node == root && spine_.TopNode() == last;
+    if (!known) {
+      spine_.Reset();
+      spine_.PushRightmost(root);
+      spineKnown_ = true;
+    }
+    last->right = node;
+    last = node;
+    appended = true;
+  } else {
+    bool goLeft = false;
+    for (KrRBTreeNode* at = root; at; at = goLeft ? at->Left() : at->right) {
+      path.Push(at);
+      status = CompareWith(*this, probe, at, keyComparison, order);
+      if (status < 0) return status;
+      status = Admit(flags, keyComparison, order, sameKey);
+      if (status < 0) return status;
+      goLeft = order < 0 || (order == 0 && before);
+    }
+    if (goLeft) {
+      path.TopNode()->SetLeft(node);
+    } else {
+      path.TopNode()->right = node;
+    }
+  }
+  if (sameKey) hasDuplicates = 1;
+  return 0;
+}
+
+void KrRBTree::_AppendBalance(KrRBTreeNode* x) {
+  // RestoreBalance with the spine as the path: every node on it is the right
+  // child of the one before, so only two of its cases occur. A red uncle
+  // moves the red pair two levels up; a black one ends it with a single left
+  // rotation at the grandparent g, which leaves the spine to its right child.
+  spine_.Push(x);
+  KrRBTreeNodeStackEntry* xSlot = spine_.top;
+  for (;;) {
+    KrRBTreeNodeStackEntry* const pSlot = xSlot - 1;
+    KrRBTreeNode* const p = pSlot->node;  // null (the sentinel) when x is the root
+    if (!p || !p->IsRed()) break;
+    KrRBTreeNodeStackEntry* const gSlot = pSlot - 1;
+    KrRBTreeNode* const g = gSlot->node;  // a red node is never the root
+    KrRBTreeNode* const uncle = g->Left();
+    if (KrRBTreeIsRed(uncle)) {
+      p->SetBlack();
+      uncle->SetBlack();
+      g->SetRed();
+      xSlot = gSlot;
+      continue;
+    }
+    g->right = p->Left();  // rotate left at g
+    p->SetLeft(g);
+    p->SetBlack();
+    g->SetRed();
+    Replace(*this, (gSlot - 1)->node, g, p);
+    // g leaves the spine: the slots above it move down by one. Mostly they
+    // are two or three (spelled out: a loop here becomes a call to memmove).
+    switch (spine_.top - gSlot) {
+      case 3:
+        gSlot[0] = gSlot[1];
+        gSlot[1] = gSlot[2];
+        gSlot[2] = gSlot[3];
+        break;
+      case 2:
+        gSlot[0] = gSlot[1];
+        gSlot[1] = gSlot[2];
+        break;
+      default:
+        for (KrRBTreeNodeStackEntry* at = gSlot; at < spine_.top; ++at) *at = at[1];
+    }
+    --spine_.top;
+    break;
+  }
+  root->SetBlack();
 }
 
 int KrRBTree::InsertElement(KrVIterator const* probe, KrVParameter* probeParameter,

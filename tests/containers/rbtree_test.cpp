@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <random>
+#include <vector>
 
 #include "failing_alloc.h"
 #include "tree_test_support.h"
@@ -40,6 +42,56 @@ TEST_F(RBTreeTest, NodesAndTheAppendPath) {
   for (int key = 1; key <= 3000; ++key) ASSERT_EQ(Insert(tree, {key, 0, key}), 0);
   EXPECT_EQ(Calls().compares, 3000);  // one comparison each, against `last`
   EXPECT_EQ(ItemOf(tree.last).key, 3000);
+  EXPECT_EQ(tree.CheckTree(nullptr), 0);
+}
+
+// Keys and colours in preorder, with 0 for a null link.
+void Shape(KrRBTreeNode const* node, std::vector<int>* out) {
+  out->push_back(node ? 1 + ItemOf(node).key * 2 + node->IsRed() : 0);
+  if (node) Shape(node->Left(), out), Shape(node->right, out);
+}
+
+// Appends (mostly ascending keys, with deletions and inserts lower down in
+// between, which the append path must notice) build the very tree that the
+// append as first written builds: link under `last`, walk the right spine
+// for the path, RestoreBalance.
+TEST_F(RBTreeTest, AppendsBalanceAsTheGeneralFixUp) {
+  ItemTree reference{0};
+  std::mt19937 random(4);
+  int next = 1000;
+  for (int step = 0; step < 6000; ++step) {
+    int const kind = static_cast<int>(random() % 20);
+    Item item{kind == 0 ? static_cast<int>(random() % next) : ++next, 0, step};
+    if (kind == 1 && tree.count > 0) {
+      KrRBTreeNode const* node = reference.root;  // a random node
+      while (random() % 4 != 0) {
+        KrRBTreeNode const* child = random() % 2 ? node->Left() : node->right;
+        if (!child) break;
+        node = child;
+      }
+      Probe probe(ItemOf(node));
+      ASSERT_EQ(tree.DeleteElement(&probe.it, nullptr, 0, nullptr), 0);
+      ASSERT_EQ(reference.DeleteElement(&probe.it, nullptr, 0, nullptr), 0);
+    } else if (int const rc = Insert(tree, item); kind == 0 || !reference.last) {
+      ASSERT_EQ(Insert(reference, item), rc);
+    } else {
+      int status = 0;
+      KrRBTreeNode* node = reference.CreateEntry(status);
+      *static_cast<Item*>(node->Element()) = item;
+      KrRBTreeNodeStack path;
+      path.PushRightmost(reference.root);
+      reference.last->right = node;
+      reference.last = node;
+      reference.RestoreBalance(&path, node);
+      ++reference.count;
+    }
+    std::vector<int> a, b;
+    Shape(tree.root, &a);
+    Shape(reference.root, &b);
+    ASSERT_EQ(a, b) << step;
+    ASSERT_EQ(tree.last ? ItemOf(tree.last).serial : -1,
+              reference.last ? ItemOf(reference.last).serial : -1);
+  }
   EXPECT_EQ(tree.CheckTree(nullptr), 0);
 }
 
