@@ -2,6 +2,7 @@
 #include <kr/memory.h>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cstdio>
 #include <fstream>
@@ -79,6 +80,43 @@ TEST(KrinfoPack, RecordsThatDoNotShrinkOrAreNotPacked) {
   EXPECT_FALSE(std::ifstream(out).good());  // never written
   EXPECT_EQ(RunProgram({KRINFO_PATH, "unpack", "-"}, std::string(4, '\0')).out,
             "-: 4 -> 0 bytes\n");
+}
+
+// Runs krinfo with the file-size limit set to `limit` bytes (inherited by the
+// child), then restores the limit.
+ChildResult RunLimited(rlim_t limit, std::vector<std::string> const& argv) {
+  rlimit saved;
+  getrlimit(RLIMIT_FSIZE, &saved);
+  rlimit lowered = saved;
+  lowered.rlim_cur = limit;
+  setrlimit(RLIMIT_FSIZE, &lowered);
+  ChildResult result = RunProgram(argv);
+  setrlimit(RLIMIT_FSIZE, &saved);
+  return result;
+}
+
+// An output that cannot be written whole (here: beyond the file-size limit)
+// leaves the file it was to replace as it was, and no partial file beside it.
+// An empty record is written as an empty file.
+TEST(KrinfoPack, FailedWritesKeepTheOldFile) {
+  kr_test::TempDir dir;
+  std::string const plain = PaddedRecords(2048), packedName = dir.Name("packed");
+  ASSERT_EQ(RunProgram({KRINFO_PATH, "pack", dir.Make("plain", plain), "-o", packedName}).exitCode, 0);
+  std::string const out = dir.Make("out", "old content");
+  for (std::string const command : {"pack", "unpack"}) {
+    std::string const input = command == std::string("pack") ? dir.Name("plain") : packedName;
+    ChildResult result = RunLimited(100 << 10, {KRINFO_PATH, command, input, "-o", out});
+    EXPECT_EQ(result.exitCode, 2) << command;
+    EXPECT_NE(result.err.find("cannot write '" + out + "'"), std::string::npos) << result.err;
+    EXPECT_TRUE(kr_test::ReadFile(out) == "old content") << command;
+  }
+  EXPECT_EQ(system(("test $(ls -A '" + dir.path() + "' | wc -l) -eq 3").c_str()), 0)
+      << "a temporary file was left behind";
+  for (std::string const& empty : {std::string(), std::string("\0\0", 2)}) {
+    ChildResult result = RunProgram({KRINFO_PATH, "unpack", "-", "-o", out}, empty);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(kr_test::ReadFile(out), "");
+  }
 }
 
 TEST(KrinfoPack, BadArguments) {

@@ -1,4 +1,5 @@
 // krinfo: the operators' command-line tool of the kr95Nbs runtime library.
+#include <csignal>
 #include <cstring>
 
 #include <kr/diag.h>
@@ -46,6 +47,9 @@ int ReadConfig(KrIniConfig& config, char const* path) {
 
 int main(int argc, char** argv) {
   using namespace krinfo;
+  // A write beyond the file-size limit is an error to report (and to clean
+  // up after), not a reason to die.
+  std::signal(SIGXFSZ, SIG_IGN);
   // The configuration the global options build; installed only when one of
   // them is given, so that without them the library sees no configuration.
   KrIniConfig globalConfig;
