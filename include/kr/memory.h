@@ -139,7 +139,9 @@ class KR_API MemFile {
   // Writes `length` bytes of `src` from `srcOffset` (0: all from there to its
   // logical end; cut at its end) at this file's position, which does not move;
   // `src`'s position is restored. Returns the bytes written, 0 when the range
-  // lies outside `src`.
+  // lies outside `src`. One case keeps the seek's position instead: a `src`
+  // without a block (empty) whose start is asked for, where the seek succeeds
+  // but yields no pointer; `src`'s position is 0 afterwards.
   long Put(MemFile const* src, unsigned long length, unsigned long srcOffset);
   // Swaps all six fields with `other`.
   void Exchange(MemFile* other);

@@ -195,7 +195,7 @@ int MemFile::SizeSet(long newSize, unsigned short) {
   }
   // Few segments: double the segment size while there are more than 7.
   while (need > kMostSegmentsBeforeDoubling && shift < kLargestGrowthShift) {
-    need = (need + 1) / 2;
+    need = need / 2 + (need & 1);  // rounded up; need + 1 could overflow
     ++shift;
   }
   // Set before the allocation and kept if it fails, as callers expect.

@@ -4,6 +4,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -121,6 +122,13 @@ TEST(MemFile, FailedAllocationsKeepTheBlock) {
   EXPECT_EQ(kr_test::AllocationCalls(), 0u);
   ASSERT_EQ(handler.calls, 4);  // not for the negative size
   EXPECT_EQ(handler.sizes[3], 1ul << 30);
+  // The largest sizes, with 1-byte segments to start from: refused, without
+  // overflow on the way.
+  MemFile bytes(0, 0), more(0, 0);
+  unsigned char const one = 1;
+  EXPECT_EQ(bytes.SizeSet(LONG_MAX, 0), -10001);
+  EXPECT_EQ(more.Put(&one, LONG_MAX - 1, 1), 0);
+  EXPECT_EQ(handler.calls, 6);
 }
 
 TEST(MemFile, SeekClampsAndRefuses) {
@@ -163,6 +171,10 @@ TEST(MemFile, OffsetAndFileToFileTransfers) {
   EXPECT_EQ(Text(c).substr(1000), "234567");
   EXPECT_EQ(Put(a, "", 20), 0);  // an empty write past the end still grows
   EXPECT_EQ(a.logicalSize, 20);
+  MemFile empty(0, 0);  // its start is found but has no pointer: the seek's position stays
+  empty.position = 5;
+  EXPECT_EQ(b.Put(&empty, 0, 0), 0);
+  EXPECT_EQ(empty.position, 0);
 }
 
 TEST(MemFile, MovesFillsPointersAndWrites) {
