@@ -379,7 +379,11 @@ class KR_API KrRBTree : public KrVContainer {
                     KrVParameter* parameter) override;
   // Deletes the first element equal to the probe's (the last with
   // kKrWalkBackwards). Returns 0, -510 when there is none, or a negative
-  // status of an element function.
+  // status of an element function. The mode's kKrExactEntry (and the miss
+  // positioning bits) are dropped here, as for DeleteEntry: among equal
+  // elements it is always the first (last) that goes, whatever the
+  // parameter's `entry`. To delete one particular node, pass it to
+  // DeleteEntry, or delete at an iterator standing on it.
   int DeleteElement(KrVIterator const* probe, KrVParameter* probeParameter, unsigned short mode,
                     KrVParameter* parameter) override;
   // The element of a node: just behind its two links. Null for null.

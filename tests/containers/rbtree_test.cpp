@@ -185,6 +185,25 @@ TEST_F(RBTreeTest, DeletesExactlyTheEntryAmongManyEqualOnes) {
     ASSERT_EQ(twins.CheckTree(nullptr), 0);
   }
   EXPECT_EQ(twins.DeleteEntry(tree.root, 0, nullptr), -510);  // not in this tree
+  // DeleteElement ignores kKrExactEntry: of three equal elements with the
+  // second as the parameter's entry, the search finds the second but the
+  // deletion takes the first (the last with kKrWalkBackwards).
+  for (int walk : {0, int{kKrWalkBackwards}}) {
+    KrRBTreeParameter parameter;
+    for (int serial = 101; serial <= 103; ++serial) {
+      ASSERT_EQ(Insert(twins, {7, 0, serial}), 0);
+      if (serial == 102) parameter.entry = LastInserted();
+    }
+    Probe probe({7, 0, 0});
+    KrRBTreeIterator it(&twins, nullptr);
+    ASSERT_EQ(twins.SearchElement(&probe.it, nullptr, kKrExactEntry, &parameter, &it), 0);
+    EXPECT_EQ(SerialAt(it), 102);
+    ASSERT_EQ(twins.DeleteElement(&probe.it, nullptr, static_cast<unsigned short>(kKrExactEntry | walk),
+                                  &parameter),
+              0);
+    EXPECT_EQ(Calls().destroyed.back(), walk ? 103 : 101);
+    twins.Clear(nullptr, nullptr, nullptr);
+  }
 }
 
 TEST_F(RBTreeTest, ClearDestroysInPostOrderKeepsChangeCountAndTheBlocks) {
