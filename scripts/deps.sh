@@ -7,7 +7,8 @@
 #                           time zone data
 #   scripts/deps.sh test    all of the above and what the test suite needs: the
 #                           i386 multilib toolchain with i386 zlib, the system
-#                           logger, and qemu-user when this kernel cannot run
+#                           logger, clang with its sanitizer and fuzzer
+#                           runtimes, and qemu-user when this kernel cannot run
 #                           32-bit programs (scripts/i386-runner.sh decides)
 #   scripts/deps.sh --simulate test
 #                           computes the version pins and simulates the install
@@ -30,7 +31,7 @@ group=${1:-test}
 
 build_packages=(build-essential cmake g++ libgtest-dev libbenchmark-dev zlib1g-dev liblz4-dev
                 pkg-config tzdata)
-test_packages=(g++-multilib zlib1g-dev:i386 rsyslog)
+test_packages=(g++-multilib zlib1g-dev:i386 rsyslog clang libclang-rt-14-dev)
 case $group in
   build) packages=("${build_packages[@]}") ;;
   test) packages=("${build_packages[@]}" "${test_packages[@]}") ;;

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Quick start, second command (and CI): builds and runs the whole test suite in
-# the three configurations, x86_64, i386 and x86_64 with AddressSanitizer and
-# UndefinedBehaviorSanitizer, with warnings as errors. Ends with CTest's
-# summary of each; fails if any configuration fails.
+# four configurations, x86_64, i386, and x86_64 with AddressSanitizer and
+# UndefinedBehaviorSanitizer built by gcc and by clang, with warnings as
+# errors. Ends with CTest's summary of each; fails if any configuration fails.
 #
 # The i386 tests run natively where the kernel executes 32-bit programs and
 # under qemu-i386 where it does not (scripts/i386-runner.sh decides;
@@ -20,7 +20,7 @@ failed=0
 summary=""
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-for preset in default i386 asan; do
+for preset in default i386 asan asan-clang; do
   name=$preset
   options=(-DKR_WERROR=ON)
   if [ "$preset" = i386 ]; then

@@ -60,15 +60,16 @@ struct PlainBytes {
   // The number of bytes of p[0, limit) before the first one equal to the byte
   // before it (limit when there is none). Reads p[-1, limit).
   static size_t CountUnequalToPrevious(unsigned char const* p, size_t limit) {
+    unsigned char const* const previous = p - 1;  // previous[n] is p[n]'s predecessor
     size_t n = 0;
     for (; limit - n >= sizeof(uint64_t); n += sizeof(uint64_t)) {
       // A zero byte k of the difference means p[n + k] == p[n + k - 1]; the
       // lowest byte the borrow trick flags is always a true zero byte.
-      uint64_t const x = LoadWord(p + n) ^ LoadWord(p + n - 1);
+      uint64_t const x = LoadWord(p + n) ^ LoadWord(previous + n);
       uint64_t const zeros = (x - kEveryByte) & ~x & (kEveryByte << 7);
       if (zeros != 0) return n + FirstNonzeroByte(zeros);
     }
-    while (n < limit && p[n] != p[n - 1]) ++n;
+    while (n < limit && p[n] != previous[n]) ++n;
     return n;
   }
 
@@ -165,14 +166,15 @@ struct WideBytes {
   // As PlainBytes::CountUnequalToPrevious.
   KR_WIDE_BYTES_TARGET static size_t CountUnequalToPrevious(unsigned char const* p,
                                                             size_t limit) {
+    unsigned char const* const previous = p - 1;
     size_t n = 0;
     for (; limit - n >= kWidth; n += kWidth) {
-      uint64_t const equal = _mm512_cmpeq_epi8_mask(Load(p + n), Load(p + n - 1));
+      uint64_t const equal = _mm512_cmpeq_epi8_mask(Load(p + n), Load(previous + n));
       if (equal != 0) return n + _tzcnt_u64(equal);
     }
     __mmask64 const tail = Prefix(limit - n);
     uint64_t const equal = _mm512_mask_cmpeq_epi8_mask(
-        tail, _mm512_maskz_loadu_epi8(tail, p + n), _mm512_maskz_loadu_epi8(tail, p + n - 1));
+        tail, _mm512_maskz_loadu_epi8(tail, p + n), _mm512_maskz_loadu_epi8(tail, previous + n));
     return equal != 0 ? n + _tzcnt_u64(equal) : limit;
   }
 

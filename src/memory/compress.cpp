@@ -247,14 +247,14 @@ KR_WIDE_BYTES_TARGET __attribute__((flatten)) int ExpandWide(unsigned char* src,
 
 // The resolvers run while the library is relocated, before any constructor.
 extern "C" {
-static CompressFunction ResolveDScomp() {
+__attribute__((visibility("hidden"))) CompressFunction ResolveDScomp() {
 #if KR_HAVE_WIDE_BYTES
   if (kr_detail::WideBytesAvailable()) return CompressWide;
 #endif
   return CompressPlain;
 }
 
-static CompressFunction ResolveDSdecomp() {
+__attribute__((visibility("hidden"))) CompressFunction ResolveDSdecomp() {
 #if KR_HAVE_WIDE_BYTES
   if (kr_detail::WideBytesAvailable()) return ExpandWide;
 #endif

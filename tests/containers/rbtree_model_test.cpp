@@ -17,7 +17,7 @@ namespace {
 
 using namespace kr_test;
 
-#if defined(__SANITIZE_ADDRESS__)
+#if KR_TEST_ADDRESS_SANITIZER
 const int kOperations = 25000;  // the sanitizer build runs about ten times slower
 #else
 const int kOperations = 100000;

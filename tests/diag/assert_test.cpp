@@ -49,7 +49,7 @@ TEST(Assert, OtherModes) {
   }
   for (char const* mode : {"2", "3"}) {
     ChildResult result = FailWithMode(mode);
-#if defined(__SANITIZE_ADDRESS__)
+#if KR_TEST_ADDRESS_SANITIZER
     // The sanitizers catch the null read and end the process with a report.
     bool report = result.exited &&
                   (result.err.find("AddressSanitizer: SEGV") != std::string::npos ||
