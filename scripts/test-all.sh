@@ -52,6 +52,17 @@ for preset in default i386 asan asan-clang; do
   [ -z "$failures" ] || summary+="$failures"$'\n'
 done
 
+# Each fuzz target for a short while under libFuzzer (the replays above ran
+# its seeds and a few hundred random inputs in every configuration).
+echo "=== fuzz: 15 s per target"
+if bash scripts/fuzz.sh 15 >"$log" 2>&1; then
+  summary+="fuzz: $(grep -c ' executions, ' "$log") targets, no failure"$'\n'
+else
+  cat "$log"
+  summary+="fuzz: FAILED"$'\n'
+  failed=1
+fi
+
 echo
 echo "=== CTest summary"
 printf '%s' "$summary"

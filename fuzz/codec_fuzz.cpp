@@ -1,4 +1,4 @@
-// Fuzzes the record codec. The first input byte picks the mode:
+// The record codec. The first input byte picks the mode:
 //  even: the rest is compressed bytes of unknown origin; whatever DScheck
 //        accepts must expand to exactly the length it reported, DSlen must
 //        agree, and no function may read outside the input;
@@ -8,35 +8,31 @@
 #include <kr/memory.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 #include "compress_model.h"
+#include "fuzz_input.h"
 
 namespace {
-
-void Check(bool condition) {
-  if (!condition) std::abort();
-}
 
 void FuzzExpansion(unsigned char const* data, size_t size) {
   std::vector<unsigned char> input(data, data + size);  // exact size: overreads trap
   int const length = static_cast<int>(input.size());
   int const expected = DScheck(input.data(), length);
   if (expected < 0) return;
-  Check(DSlen(input.data(), length) == expected);
+  KR_FUZZ_CHECK(DSlen(input.data(), length) == expected);
   std::vector<unsigned char> out(static_cast<size_t>(expected));
   int produced = expected;
   int const rc = DSdecomp(input.data(), length, out.data(), &produced);
-  Check(produced == expected);
-  Check(rc == (expected == 0 && length > 0 ? 2 : 0));
+  KR_FUZZ_CHECK(produced == expected);
+  KR_FUZZ_CHECK(rc == (expected == 0 && length > 0 ? 2 : 0));
   // A smaller capacity stops at an item boundary without writing past it.
   if (expected > 1) {
     int smaller = expected / 2;
     std::vector<unsigned char> half(static_cast<size_t>(smaller));
     int const halfRc = DSdecomp(input.data(), length, half.data(), &smaller);
-    Check(smaller <= expected / 2);
-    Check(halfRc == 0 || halfRc == 2);
+    KR_FUZZ_CHECK(smaller <= expected / 2);
+    KR_FUZZ_CHECK(halfRc == 0 || halfRc == 2);
   }
 }
 
@@ -50,21 +46,21 @@ void FuzzRoundTrip(unsigned char const* data, size_t size) {
   int outLen = capacity;
   int const rc = DScomp(source.data(), static_cast<int>(record.size()), out.data(), &outLen);
   kr_test::ModelResult const model = kr_test::ModelCompress(record, capacity, 0);
-  Check(rc == model.rc);
+  KR_FUZZ_CHECK(rc == model.rc);
   if (rc != 0) {
-    Check(outLen == capacity);
+    KR_FUZZ_CHECK(outLen == capacity);
     return;
   }
   out.resize(static_cast<size_t>(outLen));
-  Check(out == model.out);
-  Check(outLen < capacity);
+  KR_FUZZ_CHECK(out == model.out);
+  KR_FUZZ_CHECK(outLen < capacity);
   int const plainLen = record.empty() ? 1 : static_cast<int>(record.size());
-  Check(DScheck(out.data(), outLen) == plainLen);
+  KR_FUZZ_CHECK(DScheck(out.data(), outLen) == plainLen);
   std::vector<unsigned char> back(static_cast<size_t>(plainLen));
   int backLen = plainLen;
-  Check(DSdecomp(out.data(), outLen, back.data(), &backLen) == 0);
-  Check(backLen == plainLen);
-  Check(back == source);
+  KR_FUZZ_CHECK(DSdecomp(out.data(), outLen, back.data(), &backLen) == 0);
+  KR_FUZZ_CHECK(backLen == plainLen);
+  KR_FUZZ_CHECK(back == source);
 }
 
 }  // namespace

@@ -1,0 +1,93 @@
+// Result texts and absolute paths written into buffers of exactly the size
+// they need (heap blocks, so that one byte more is caught):
+//  - KrError and KrLoginError of any code with any context give the line
+//    "<context> : <code> -> <text>" (or "<context> : ok"), the text being
+//    what text-only mode returns for the code;
+//  - zvmabspath of any path gives the lexical normal form of the current
+//    directory joined with it, fits a buffer of its length plus one, and
+//    refuses (with an empty buffer) one byte less.
+#include <kr/diag.h>
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fuzz_input.h"
+
+namespace {
+
+using kr_fuzz::FuzzInput;
+
+using Formatter = char* (*)(char*, char const*, int, int);
+
+// The line for `code`: formatted into a block of exactly its size.
+void CheckLine(Formatter format, bool login, std::string const& context, int code) {
+  char const* const contextArg = context.empty() ? nullptr : context.c_str();
+  std::string text = format(nullptr, nullptr, code, 1);
+  std::string expected;
+  if (code == 0 && !login) {
+    expected = contextArg ? context + " : ok" : "0";
+  } else {
+    expected = contextArg ? context + " : " + std::to_string(code) + " -> " + text : text;
+  }
+  char* block = static_cast<char*>(std::malloc(expected.size() + 1));
+  char* line = format(block, contextArg, code, 0);
+  KR_FUZZ_CHECK(line == block && expected == line);
+  std::free(block);
+}
+
+// The lexical normal form of `path` below `directory`.
+std::string Normal(std::string const& directory, std::string const& path) {
+  std::string const whole = path.size() && path[0] == '/' ? path : directory + "/" + path;
+  std::vector<std::string> parts;
+  for (size_t start = 0; start <= whole.size();) {
+    size_t end = whole.find('/', start);
+    if (end == std::string::npos) end = whole.size();
+    std::string const part = whole.substr(start, end - start);
+    if (part == "..") {
+      if (!parts.empty()) parts.pop_back();
+    } else if (!part.empty() && part != ".") {
+      parts.push_back(part);
+    }
+    start = end + 1;
+  }
+  std::string normal;
+  for (std::string const& part : parts) normal += "/" + part;
+  return normal.empty() ? "/" : normal;
+}
+
+void CheckPath(std::string path) {
+  char directory[4096];
+  if (!getcwd(directory, sizeof directory)) return;
+  std::string const expected = Normal(directory, path);
+  int const size = static_cast<int>(expected.size()) + 1;
+  char* exact = static_cast<char*>(std::malloc(static_cast<size_t>(size)));
+  KR_FUZZ_CHECK(zvmabspath(&path[0], exact, size) == exact && expected == exact);
+  std::free(exact);
+  char* shorter = static_cast<char*>(std::malloc(static_cast<size_t>(size - 1)));
+  KR_FUZZ_CHECK(zvmabspath(&path[0], shorter, size - 1) == nullptr && shorter[0] == '\0');
+  std::free(shorter);
+  KR_FUZZ_CHECK((zvmIsAbsolutePath(path.c_str()) != 0) == (path[0] == '/'));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+  FuzzInput in(data, size);
+  int const code = static_cast<int>(in.Byte() | in.Byte() << 8 | in.Byte() << 16 | in.Byte() << 24);
+  // Codes near the table's ranges most of the time, any int now and then.
+  int const near = static_cast<int>(in.Pick(20000)) - 8000;
+  int const chosen = in.Pick(4) == 0 ? code : near;
+  std::vector<unsigned char> const contextBytes = in.Bytes(in.Pick(40));
+  std::string context;
+  for (unsigned char c : contextBytes) context += static_cast<char>(' ' + c % 95);
+  CheckLine(KrError, false, context, chosen);
+  CheckLine(KrLoginError, true, context, chosen);
+  std::string path;
+  for (unsigned char c : in.Bytes(300)) path += "/./ab.."[c % 7];
+  CheckPath(path);
+  return 0;
+}
