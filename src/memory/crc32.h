@@ -1,4 +1,4 @@
-// The CRC-32 register update behind CalcCheckSum, in three interchangeable
+// The CRC-32 register update behind CalcCheckSum, in four interchangeable
 // implementations that give identical results.
 //
 // Each function takes the 32-bit register as it stands (not complemented),
@@ -30,6 +30,16 @@ bool Crc32FoldedAvailable();
 // Requires: Crc32FoldedAvailable().
 uint32_t Crc32Folded(uint32_t reg, unsigned char const* data, size_t length);
 constexpr size_t kCrc32FoldedMinimum = 64;
+
+// True when this processor (and its OS) can run Crc32FoldedWide: x86 with
+// AVX-512 and VPCLMULQDQ.
+bool Crc32WideAvailable();
+
+// The same folding on 512-bit registers, 256 bytes per round; stretches of
+// fewer than kCrc32WideMinimum bytes go through Crc32Folded, the tail through
+// Crc32Sliced. Requires: Crc32WideAvailable().
+uint32_t Crc32FoldedWide(uint32_t reg, unsigned char const* data, size_t length);
+constexpr size_t kCrc32WideMinimum = 256;
 
 // The fastest of the above that this processor runs.
 uint32_t Crc32Update(uint32_t reg, unsigned char const* data, size_t length);
