@@ -110,6 +110,11 @@ class KR_API KrVArray {
   // Returns 0, -2106 without a compare function, or -2030 when the scratch
   // element cannot be allocated (nothing changes in either case). The
   // argument is ignored.
+  // From 64 elements on the result is reached faster: the compare function
+  // may then be called in another order and another number of times than
+  // this algorithm would call it, and with the addresses of copies of the
+  // elements; for a compare function that orders consistently by the
+  // elements' bytes the array ends exactly as this algorithm leaves it.
   virtual int Sort(unsigned short);
   // Not supported: always -507.
   virtual int Merge(KrVArray const* other, unsigned short);

@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "arrays/fast_sort.h"
 #include "arrays/poison.h"
 
 namespace {
@@ -83,7 +84,11 @@ int KrVArray::Sort(unsigned short) {
   void* scratch = malloc(width);
   if (!scratch) return kKrArrayNoSortMemory;
   long const last = count == 0 ? 0 : static_cast<long>(count - 1);
-  if (last > 0) _QuickSort(0, last, scratch);
+  if (count < kr_detail::kFastSortMinimum) {
+    if (last > 0) _QuickSort(0, last, scratch);
+  } else if (!kr_detail::SortFast(*this, scratch)) {
+    kr_detail::QuickSortWithShortcuts(*this, 0, last, scratch);
+  }
   free(scratch);
   return kKrArrayOk;
 }

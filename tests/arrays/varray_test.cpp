@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <new>
@@ -114,6 +115,69 @@ void CheckAgainstTheReference(unsigned seed) {
 TEST(VArray, SortGivesThePermutationOfThePlainRecursion) {
   CheckAgainstTheReference<KrCList>(1);
   CheckAgainstTheReference<KrLList>(2);
+}
+
+// Arrays from 64 elements on take the fast path (or, where equal elements
+// differ, the defined algorithm with shortcuts): the result must be the
+// plain recursion's, byte for byte, for every shape of input.
+template <typename List>
+void CheckLargeArrays(unsigned seed) {
+  std::mt19937 random(seed);
+  for (long size : {64L, 65L, 200L, 2500L}) {
+    for (int shape = 0; shape < 9; ++shape) {
+      ReferenceSort reference;
+      for (int32_t i = 0; i < size; ++i) {
+        int32_t const r = static_cast<int32_t>(random() % 1000000);
+        int32_t const keys[] = {r,           i,         -i,   r % 7, r % 7, 5,
+                                i < size / 2 ? i : -i,     r % 3 ? i : r, 5};
+        bool const payload = shape == 4 || shape == 8 || shape == 7;
+        reference.items.push_back({keys[shape], payload ? i : 0});
+      }
+      List list(sizeof(Item), 0, nullptr);
+      list.compare = CompareItems;
+      for (Item const& item : reference.items) list.Insert(list.count, &item);
+      ASSERT_EQ(list.Sort(0), 0);
+      reference.QuickSort(0, size - 1);
+      ASSERT_EQ(Order(list), Order(reference.items.data(), reference.items.size()))
+          << "size " << size << " shape " << shape;
+    }
+  }
+}
+
+TEST(VArray, LargeArraysSortAsThePlainRecursion) {
+  CheckLargeArrays<KrCList>(3);
+  CheckLargeArrays<KrLList>(4);
+}
+
+// A million sorted, and a million equal, elements sort at once; a compare
+// function answering at random leaves a permutation of the elements.
+int CompareAtRandom(KrVArray const*, void*, void*) {
+  static std::mt19937 random(9);
+  return static_cast<int>(random() % 3) - 1;
+}
+
+TEST(VArray, SortedEqualAndInconsistentInput) {
+  for (bool equal : {false, true}) {
+    KrLList list(sizeof(Item), 1000000, nullptr);
+    list.compare = CompareItems;
+    for (int32_t i = 0; i < 1000000; ++i) {
+      Item const item = {equal ? 0 : i, 0};
+      list.Insert(list.count, &item);
+    }
+    ASSERT_EQ(list.Sort(0), 0);
+    Item const* items = static_cast<Item const*>(list.Element(0));
+    for (int32_t i = 0; i < 1000000; ++i) ASSERT_EQ(items[i].key, equal ? 0 : i);
+  }
+  KrCList list(sizeof(Item), 0, nullptr);
+  list.compare = CompareAtRandom;
+  for (int32_t i = 0; i < 3000; ++i) {
+    Item const item = {i, i};
+    list.Insert(list.count, &item);
+  }
+  ASSERT_EQ(list.Sort(0), 0);
+  std::vector<std::pair<long, long>> order = Order(list);
+  std::sort(order.begin(), order.end());
+  for (long i = 0; i < 3000; ++i) ASSERT_EQ(order[i], std::make_pair(i, i));
 }
 
 // Sorted input is the worst case: each partition splits off one element, so
