@@ -159,7 +159,9 @@ class KR_API KrIniConfig : public KrConfig {
 
   // Replace the whole content by the file at `path` or by `text`. Return 0,
   // -2751 (file not found), -2753 (file cannot be opened or read), -2754
-  // (syntax error, see ErrorLine) or -2002 (null argument).
+  // (syntax error, see ErrorLine), -2002 (null argument), or -2030 when
+  // memory runs out (the content stays as it was). No call of this class
+  // throws; the getters answer -2030 too when memory runs out.
   int ReadFile(char const* path);
   int ReadText(char const* text);
   // Sets one value, `section` written as in a header ("" for the global

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -50,6 +51,7 @@ constexpr int kFileNotFound = -2751;
 constexpr int kWrongType = -2752;
 constexpr int kCannotOpen = -2753;
 constexpr int kSyntaxError = -2754;
+constexpr int kNoMemory = -2030;
 
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v' || c == '\f'; }
 
@@ -192,7 +194,11 @@ KrIniConfig::KrIniConfig(char const* path) : KrIniConfig() { ReadFile(path); }
 
 KrIniConfig::~KrIniConfig() { delete table_; }
 
-int KrIniConfig::ReadFile(char const* path) {
+// The reading and lookups below build strings and map nodes: when memory runs
+// out, std::bad_alloc is caught at each entry point and reported as -2030,
+// the table keeping its former content (it is replaced only by a swap).
+
+int KrIniConfig::ReadFile(char const* path) try {
   errorLine_ = 0;
   if (!path) {
     table_->Clear();
@@ -218,18 +224,24 @@ int KrIniConfig::ReadFile(char const* path) {
   if (result_ != kOk) parsed.Clear();
   table_->Swap(parsed);
   return result_;
+} catch (std::bad_alloc const&) {
+  errorLine_ = 0;
+  return result_ = kNoMemory;
 }
 
-int KrIniConfig::ReadText(char const* text) {
+int KrIniConfig::ReadText(char const* text) try {
   errorLine_ = 0;
   kr_detail::IniTable parsed;
   result_ = text ? Parse(text, std::strlen(text), &parsed, &errorLine_) : kBadParameter;
   if (result_ != kOk) parsed.Clear();
   table_->Swap(parsed);
   return result_;
+} catch (std::bad_alloc const&) {
+  errorLine_ = 0;
+  return result_ = kNoMemory;
 }
 
-int KrIniConfig::Set(char const* section, char const* key, char const* value) {
+int KrIniConfig::Set(char const* section, char const* key, char const* value) try {
   if (!section || !key || !value) return kBadParameter;
   std::string name;
   std::string trimmedSection = Trim(section);
@@ -240,30 +252,38 @@ int KrIniConfig::Set(char const* section, char const* key, char const* value) {
   }
   table_->Set(name, trimmedKey, value);
   return kOk;
+} catch (std::bad_alloc const&) {
+  return kNoMemory;
 }
 
 int KrIniConfig::Result() const { return result_; }
 
 int KrIniConfig::ErrorLine() const { return errorLine_; }
 
-int KrIniConfig::GetText(char const* key, char*& buffer, char const** sectionPath) {
+int KrIniConfig::GetText(char const* key, char*& buffer, char const** sectionPath) try {
   if (!key || !buffer) return kBadParameter;
   std::string const* value = table_->Find(sectionPath, key);
   if (!value) return kMissing;
   std::memcpy(buffer, value->c_str(), value->size() + 1);
   return kOk;
+} catch (std::bad_alloc const&) {
+  return kNoMemory;
 }
 
-int KrIniConfig::GetBool(char const* key, short* value, char const** sectionPath) {
+int KrIniConfig::GetBool(char const* key, short* value, char const** sectionPath) try {
   if (!key || !value) return kBadParameter;
   std::string const* text = table_->Find(sectionPath, key);
   if (!text) return kMissing;
   return ParseBool(*text, value) ? kOk : kWrongType;
+} catch (std::bad_alloc const&) {
+  return kNoMemory;
 }
 
-int KrIniConfig::GetInt(char const* key, int* value, char const** sectionPath) {
+int KrIniConfig::GetInt(char const* key, int* value, char const** sectionPath) try {
   if (!key || !value) return kBadParameter;
   std::string const* text = table_->Find(sectionPath, key);
   if (!text) return kMissing;
   return ParseInt(*text, value) ? kOk : kWrongType;
+} catch (std::bad_alloc const&) {
+  return kNoMemory;
 }

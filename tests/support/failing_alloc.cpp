@@ -36,6 +36,8 @@ unsigned long gFailFrom = 0;      // 0: not armed
 bool gFailOnlyOne = false;
 unsigned long gFailed = 0;
 std::size_t gLastFailedSize = 0;
+bool gSuspended = false;  // calls neither count nor fail
+long gLiveBlocks = 0;     // blocks handed out and not yet freed
 
 bool IsBootstrap(void* p) {
   auto* bytes = static_cast<unsigned char*>(p);
@@ -62,6 +64,7 @@ void Resolve() {
 
 // Counts the call and tells whether it is to fail.
 bool ShouldFail(std::size_t size) {
+  if (gSuspended) return false;
   ++gCalls;
   if (gFailFrom == 0 || gCalls < gFailFrom) return false;
   if (gFailOnlyOne && gCalls != gFailFrom) return false;
@@ -78,7 +81,9 @@ void* malloc(std::size_t size) {
   Resolve();
   if (!gRealMalloc) return BootstrapAllocate(size);
   if (ShouldFail(size)) return nullptr;
-  return gRealMalloc(size);
+  void* block = gRealMalloc(size);
+  if (block) ++gLiveBlocks;
+  return block;
 }
 
 void* calloc(std::size_t count, std::size_t size) {
@@ -88,7 +93,9 @@ void* calloc(std::size_t count, std::size_t size) {
     return BootstrapAllocate(count * size);
   }
   if (ShouldFail(count * size)) return nullptr;
-  return gRealCalloc(count, size);
+  void* block = gRealCalloc(count, size);
+  if (block) ++gLiveBlocks;
+  return block;
 }
 
 void* realloc(void* block, std::size_t size) {
@@ -100,12 +107,16 @@ void* realloc(void* block, std::size_t size) {
     return moved;
   }
   if (size != 0 && ShouldFail(size)) return nullptr;
-  return gRealRealloc(block, size);
+  void* moved = gRealRealloc(block, size);
+  if (!block && moved) ++gLiveBlocks;  // realloc(null, n) allocates
+  if (block && size == 0 && !moved) --gLiveBlocks;  // realloc(p, 0) frees
+  return moved;
 }
 
 void free(void* block) {
   if (!block || IsBootstrap(block)) return;
   Resolve();
+  --gLiveBlocks;
   gRealFree(block);
 }
 
@@ -134,5 +145,11 @@ unsigned long AllocationCalls() { return gCalls; }
 unsigned long FailedAllocations() { return gFailed; }
 
 std::size_t LastFailedSize() { return gLastFailedSize; }
+
+long LiveBlocks() { return gLiveBlocks; }
+
+Uncounted::Uncounted() : outer_(gSuspended) { gSuspended = true; }
+
+Uncounted::~Uncounted() { gSuspended = outer_; }
 
 }  // namespace kr_test

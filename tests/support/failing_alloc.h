@@ -31,6 +31,23 @@ unsigned long FailedAllocations();
 // Size requested by the most recent allocation call that was made to fail.
 std::size_t LastFailedSize();
 
+// Blocks allocated and not yet freed (all calls, counted or not): a balance
+// taken before and after a piece of code shows what it leaked.
+long LiveBlocks();
+
+// While one exists, allocation calls neither count nor fail: for a test's own
+// bookkeeping (models, messages) between the calls under test.
+class Uncounted {
+ public:
+  Uncounted();
+  ~Uncounted();
+  Uncounted(Uncounted const&) = delete;
+  Uncounted& operator=(Uncounted const&) = delete;
+
+ private:
+  bool outer_;
+};
+
 // Arms on construction, disarms on destruction.
 class AllocationFailure {
  public:
