@@ -66,4 +66,26 @@ TEST(EntryStack, DestroysWrappedEntriesFromBeginThenFromBottom) {
   EXPECT_EQ(gLog, "-0 -1 -4 ");
 }
 
+// The largest ring: 65535 entries fill up going forwards (or backwards), one
+// construction each, and are destroyed once each.
+int gCounted = 0;
+void Count(KrTransactionContext*, void*) { ++gCounted; }
+
+TEST(EntryStack, LargestRingFillsBothWays) {
+  std::string buffer(65535u * 4, '\0');
+  for (bool forwards : {true, false}) {
+    gCounted = 0;
+    {
+      KrEntryStack stack(nullptr, &buffer[0], 4, 65535, Count, Count);
+      EXPECT_EQ(stack.last, &buffer[0] + 65534 * 4);
+      for (void* entry; (entry = forwards ? stack.GetNextEntry() : stack.GetPrevEntry());) {
+        ASSERT_EQ(stack.SetCurrentEntryWithTest(entry), entry);
+      }
+      EXPECT_EQ(gCounted, 65535);
+      EXPECT_EQ(stack.current, forwards ? stack.last : &buffer[4]);
+    }
+    EXPECT_EQ(gCounted, 2 * 65535);
+  }
+}
+
 }  // namespace

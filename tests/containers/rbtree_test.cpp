@@ -95,6 +95,34 @@ TEST_F(RBTreeTest, AppendsBalanceAsTheGeneralFixUp) {
   EXPECT_EQ(tree.CheckTree(nullptr), 0);
 }
 
+// Ten million nodes: appended, walked in order, checked, emptied.
+int CompareInts(KrVContainer const*, int& keyComparison, int& order, KrVIterator const*,
+                void const* probeKey, void const*, void const* element, KrVParameter*) {
+  int const a = *static_cast<int const*>(probeKey), b = *static_cast<int const*>(element);
+  order = keyComparison = (a > b) - (a < b);
+  return 0;
+}
+
+TEST(RBTreeLimits, TenMillionNodes) {
+  KrRBTree big(sizeof(int), 0, 0);
+  big.compareElement = CompareInts;
+  int value = 0;
+  KrOneEntryContainer probe(&value, nullptr, 0);
+  KrOneEntryIterator at(&probe, nullptr);
+  constexpr int kNodes = 10000000;
+  for (value = 0; value < kNodes; ++value) ASSERT_EQ(big.InsertElement(&at, nullptr, 0, nullptr), 0);
+  KrRBTreeIterator walk(&big, nullptr);
+  int expected = 0, status = 0;
+  for (int step = walk.First(); step == 0; step = walk.Next(), ++expected) {
+    ASSERT_EQ(*static_cast<int const*>(walk.GetElement(status, nullptr)), expected);
+  }
+  EXPECT_EQ(expected, kNodes);
+  EXPECT_EQ(big.CheckTree(nullptr), 0);
+  unsigned long former = 0;
+  big.Clear(nullptr, &former, nullptr);
+  EXPECT_TRUE(former == kNodes && big.count == 0 && !big.root);
+}
+
 TEST_F(RBTreeTest, RefusalAndFailuresLeaveTheTreeUnchanged) {
   ItemTree tree(0, 1);  // one node per block: every new node allocates
   Fill(tree, {10, 20, 30, 40});

@@ -62,4 +62,34 @@ TEST(KrinfoCrc32, UnreadableFilesAndBadArguments) {
   EXPECT_EQ(RunProgram({KRINFO_PATH, "crc32", "-x", nine}).exitCode, 2);
 }
 
+// A sparse file of 2 GiB and 1 MiB (zeros but for its last byte): crc32
+// reads it all; pack and unpack refuse it at once as too large for a record.
+TEST(KrinfoLimits, FilesBeyondTwoGiB) {
+  kr_test::TempDir dir;
+  std::string const name = dir.Name("sparse");
+  long long const size = (2LL << 30) + (1 << 20);
+  {
+    std::FILE* file = std::fopen(name.c_str(), "wb");
+    ASSERT_TRUE(file && fseeko(file, size - 1, SEEK_SET) == 0 && std::fputc(1, file) == 1);
+    std::fclose(file);
+  }
+  std::vector<unsigned char> zeros(1 << 20, 0);
+  uLong const megabyte = crc32(0, zeros.data(), static_cast<uInt>(zeros.size()));
+  uLong crc = 0;
+  for (int i = 0; i < 2048; ++i) crc = crc32_combine(crc, megabyte, 1 << 20);
+  zeros.back() = 1;
+  crc = crc32(crc, zeros.data(), static_cast<uInt>(zeros.size()));
+  char text[16];
+  std::snprintf(text, sizeof text, "%08lx", crc);
+  kr_test::ChildResult result = RunProgram({KRINFO_PATH, "crc32", name});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.out, std::string(text) + "\n");  // one file: the checksum alone
+  for (char const* command : {"pack", "unpack"}) {
+    result = RunProgram({KRINFO_PATH, command, name});
+    EXPECT_EQ(result.exitCode, 2) << command;
+    EXPECT_NE(result.err.find("is too large (more than 2147483647 bytes)"), std::string::npos)
+        << result.err;
+  }
+}
+
 }  // namespace

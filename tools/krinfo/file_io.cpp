@@ -16,6 +16,10 @@ constexpr std::size_t kChunkSize = 1 << 20;
 
 bool IsStandardStream(char const* name) { return std::strcmp(name, "-") == 0; }
 
+std::string TooLarge(char const* name, std::size_t limit) {
+  return std::string("'") + name + "' is too large (more than " + std::to_string(limit) + " bytes)";
+}
+
 std::string Describe(char const* verb, char const* name, int error) {
   return std::string("cannot ") + verb + " '" + name + "': " + std::strerror(error);
 }
@@ -47,6 +51,15 @@ bool ReadWholeFile(char const* name, std::size_t limit, std::vector<unsigned cha
   std::FILE* file = OpenInput(name, error);
   if (!file) return false;
   bytes->clear();
+  // A regular file's size is known at once: one past the limit is refused
+  // before anything is read.
+  struct stat status;
+  if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) &&
+      static_cast<unsigned long long>(status.st_size) > limit) {
+    *error = TooLarge(name, limit);
+    CloseInput(file);
+    return false;
+  }
   bool ok = true;
   while (ok) {
     std::size_t const size = bytes->size();
@@ -58,8 +71,7 @@ bool ReadWholeFile(char const* name, std::size_t limit, std::vector<unsigned cha
     std::size_t const got = std::fread(bytes->data() + size, 1, kChunkSize, file);
     bytes->resize(size + got);
     if (bytes->size() > limit) {
-      *error = std::string("'") + name + "' is too large (more than " + std::to_string(limit) +
-               " bytes)";
+      *error = TooLarge(name, limit);
       ok = false;
     } else if (got < kChunkSize) {
       if (std::ferror(file)) {
