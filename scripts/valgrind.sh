@@ -4,10 +4,11 @@
 # with the error and leak totals; fails on any error or definite or indirect
 # leak.
 #
-# Tests that make allocations fail on purpose are skipped: valgrind replaces
-# malloc itself, so the test interposer (tests/support/failing_alloc) is not
-# in effect under it. They are found in the sources (a test whose body arms
-# the interposer) and listed before the run.
+# Two kinds of tests are skipped, found in the sources and listed before the
+# run: those that make allocations fail on purpose (valgrind replaces malloc
+# itself, so the test interposer, tests/support/failing_alloc, is not in
+# effect under it), and those that run their own program again through
+# /proc/self/exe (which names valgrind's tool under valgrind).
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
@@ -19,7 +20,7 @@ fi
 cmake --preset default >/dev/null && cmake --build --preset default -j "$(nproc)" >/dev/null || exit 1
 
 # Suite.Name of every test whose body uses the interposer.
-pattern='AllocationFailure|FailNthAllocation|FailAllocationsFrom|Sweep\('
+pattern='AllocationFailure|FailNthAllocation|FailAllocationsFrom|Sweep\(|RerunWithSystemDirOnSearchPath'
 skipped=$(grep -rlE "$pattern" tests --include='*.cpp' | xargs awk -v pattern="$pattern" '
   /^TEST(_F|_P)?\(/ {
     line = $0
@@ -28,7 +29,8 @@ skipped=$(grep -rlE "$pattern" tests --include='*.cpp' | xargs awk -v pattern="$
     name = parts[1] "." parts[2]
   }
   $0 ~ pattern && name != "" { print name }' | sort -u)
-echo "Skipped under valgrind (they need the allocation interposer, which valgrind's malloc replaces):"
+echo "Skipped under valgrind (they arm the allocation interposer, which valgrind's malloc replaces,"
+echo "or run their program again through /proc/self/exe, which names valgrind's tool):"
 printf '  %s\n' $skipped
 filter="-$(printf '%s:' $skipped | sed 's/:$//')"
 
