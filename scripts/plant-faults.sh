@@ -41,8 +41,9 @@ fi
 faults=${1:-tests/faults.txt}
 [ -f "$faults" ] || { echo "plant-faults.sh: no $faults" >&2; exit 2; }
 scratch=build-faults
-mkdir -p "$scratch"
-rsync -a --delete --exclude '/build*' --exclude '/.git' ./ "$scratch/tree/"
+rm -rf "$scratch/tree"
+mkdir -p "$scratch/tree"
+tar -c --exclude='./build*' --exclude=./.git . | tar -x -C "$scratch/tree"
 cmake -S "$scratch/tree" -B "$scratch/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
       -DKR_BUILD_BENCH=OFF >/dev/null || exit 1
 cmake --build "$scratch/build" -j "$(nproc)" >/dev/null || exit 1
