@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "../memory/recording_handler.h"
+#include "recording_handler.h"
 #include "diff_test_support.h"
 #include "failing_alloc.h"
 

@@ -1,8 +1,8 @@
 // A plain model of the record compressor for differential tests: one byte at
 // a time, the pending stretch kept in a vector of its own, each rule written
 // out as defined. DScomp must give the same result and the same bytes.
-#ifndef KR_TESTS_MEMORY_COMPRESS_MODEL_H_
-#define KR_TESTS_MEMORY_COMPRESS_MODEL_H_
+#ifndef KR_TESTS_SUPPORT_COMPRESS_MODEL_H_
+#define KR_TESTS_SUPPORT_COMPRESS_MODEL_H_
 
 #include <vector>
 
@@ -67,4 +67,4 @@ inline ModelResult ModelCompress(std::vector<unsigned char> const& src, long cap
 
 }  // namespace kr_test
 
-#endif  // KR_TESTS_MEMORY_COMPRESS_MODEL_H_
+#endif  // KR_TESTS_SUPPORT_COMPRESS_MODEL_H_

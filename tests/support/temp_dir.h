@@ -1,7 +1,7 @@
-// A private directory for the files a krinfo test hands to the tool, removed
+// A private directory for the files a test writes (or hands to krinfo), removed
 // with them when the test ends.
-#ifndef KR_TESTS_TOOLS_TEMP_DIR_H_
-#define KR_TESTS_TOOLS_TEMP_DIR_H_
+#ifndef KR_TESTS_SUPPORT_TEMP_DIR_H_
+#define KR_TESTS_SUPPORT_TEMP_DIR_H_
 
 #include <stdlib.h>
 #include <unistd.h>
@@ -15,7 +15,7 @@ namespace kr_test {
 class TempDir {
  public:
   TempDir() {
-    char pattern[] = "/tmp/krinfo_test_XXXXXX";
+    char pattern[] = "/tmp/kr_test_XXXXXX";
     if (mkdtemp(pattern)) path_ = pattern;
   }
   ~TempDir() { (void)!system(("rm -rf '" + path_ + "'").c_str()); }
@@ -39,4 +39,4 @@ inline std::string ReadFile(std::string const& path) {
 
 }  // namespace kr_test
 
-#endif  // KR_TESTS_TOOLS_TEMP_DIR_H_
+#endif  // KR_TESTS_SUPPORT_TEMP_DIR_H_

@@ -1,8 +1,8 @@
 // A low-memory handler for tests that records the sizes it is called with
 // (into a fixed array: it must not allocate while allocations fail) and gives
 // a chosen answer; installed for the object's lifetime.
-#ifndef KR_TESTS_MEMORY_RECORDING_HANDLER_H_
-#define KR_TESTS_MEMORY_RECORDING_HANDLER_H_
+#ifndef KR_TESTS_SUPPORT_RECORDING_HANDLER_H_
+#define KR_TESTS_SUPPORT_RECORDING_HANDLER_H_
 
 #include <kr/memory.h>
 
@@ -32,4 +32,4 @@ class RecordingHandler {
 
 }  // namespace kr_test
 
-#endif  // KR_TESTS_MEMORY_RECORDING_HANDLER_H_
+#endif  // KR_TESTS_SUPPORT_RECORDING_HANDLER_H_

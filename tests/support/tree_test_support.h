@@ -2,8 +2,8 @@
 // An Item orders by (key, payload); the serial is not compared, so a walk's
 // serials tell fully equal items apart. Probes are built as callers build
 // them: a one-entry container around the value, and its iterator.
-#ifndef KR_TESTS_CONTAINERS_TREE_TEST_SUPPORT_H_
-#define KR_TESTS_CONTAINERS_TREE_TEST_SUPPORT_H_
+#ifndef KR_TESTS_SUPPORT_TREE_TEST_SUPPORT_H_
+#define KR_TESTS_SUPPORT_TREE_TEST_SUPPORT_H_
 
 #include <kr/containers.h>
 
@@ -95,4 +95,4 @@ inline std::vector<int> Serials(KrRBTree& tree, bool backwards = false) {
 
 }  // namespace kr_test
 
-#endif  // KR_TESTS_CONTAINERS_TREE_TEST_SUPPORT_H_
+#endif  // KR_TESTS_SUPPORT_TREE_TEST_SUPPORT_H_
