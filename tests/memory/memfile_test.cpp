@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -255,65 +254,6 @@ TEST(MemFile, CheckSumOfRanges) {
   EXPECT_EQ(f.CheckSum(5, 0xFFFFFFF0ul, &head), 0xCBF43926ul);
   EXPECT_EQ(f.CheckSum(2, 3, nullptr), crc32(0, reinterpret_cast<Bytef const*>("345"), 3));
   EXPECT_EQ(f.CheckSum(20, 5, &seed), seed);
-}
-
-// Random operations against a std::vector holding the same content.
-// `f` against a byte vector; `ref` takes the same steps, except that its
-// writes grow it through SizeSet as the growth rule states, so that Put's
-// shortcut for growing within the last segment must leave the same layout.
-TEST(MemFile, AgreesWithAVectorModel) {
-  std::mt19937 random(2);
-  for (long segmentSize : {1L, 8L, 1024L}) {
-    MemFile f(0, segmentSize), ref(0, segmentSize);
-    std::vector<unsigned char> model, bytes(300);
-    auto pick = [&](long bound) { return static_cast<long>(random() % (bound + 1)); };
-    for (int step = 0; step < 3000; ++step) {
-      long const size = static_cast<long>(model.size());
-      long a = pick(size), b = pick(size), n = pick(300);
-      for (auto& byte : bytes) byte = static_cast<unsigned char>(random());
-      switch (random() % 5) {
-        case 0:  // write, possibly past the end
-          ASSERT_EQ(f.Put(bytes.data(), a, n), n);
-          if (ref.logicalSize < a + n) {
-            ASSERT_EQ(ref.SizeSet(a + n, 0), 0);
-          }
-          model.resize(std::max(model.size(), static_cast<size_t>(a + n)));
-          std::copy(bytes.begin(), bytes.begin() + n, model.begin() + a);
-          break;
-        case 1:  // move inside the content
-          n = std::min(n, size - std::max(a, b));
-          ASSERT_EQ(f.Copy(a, b, n), n);
-          ref.Copy(a, b, n);
-          std::copy(model.begin() + b, model.begin() + b + n, bytes.begin());
-          std::copy(bytes.begin(), bytes.begin() + n, model.begin() + a);
-          break;
-        case 2:
-          n = std::min(n, size - a);
-          f.Delete(static_cast<unsigned long>(a), static_cast<unsigned long>(n));
-          ref.Delete(static_cast<unsigned long>(a), static_cast<unsigned long>(n));
-          model.erase(model.begin() + a, model.begin() + a + n);
-          break;
-        case 3:  // resize (keeping the block where it is large enough), zero-filling what grows
-          n = pick(2 * size + 50);
-          if (random() % 2) {
-            ASSERT_EQ(f.SizeSet(n, 0), 0);
-            ASSERT_EQ(ref.SizeSet(n, 0), 0);
-          } else {
-            ASSERT_EQ(f.SizeSetDontShrink(n, 0), 0);
-            ASSERT_EQ(ref.SizeSetDontShrink(n, 0), 0);
-          }
-          f.InitializeWith(0, size);
-          model.resize(static_cast<size_t>(n));
-          break;
-        default:
-          ASSERT_EQ(f.Get(bytes.data(), a, n), std::min(n, size - a));
-          ASSERT_TRUE(std::equal(bytes.begin(), bytes.begin() + std::min(n, size - a), model.begin() + a));
-      }
-      ASSERT_EQ(Text(f), std::string(model.begin(), model.end())) << step;
-      ASSERT_EQ(Layout(f), Layout(ref)) << step;
-      ASSERT_EQ(f.buffer != nullptr, f.segmentCount > 0);
-    }
-  }
 }
 
 }  // namespace
