@@ -3,7 +3,8 @@
 // every allocation from the k-th on failing, until a run no longer reaches
 // its k-th allocation. Every failure must give the documented result and
 // leave the structure as documented (checked against a model), and no run
-// may leak a block.
+// may leak a block. Each run also checks the failing allocator itself: it
+// failed exactly the chosen calls, the library's included.
 #include <kr/arrays.h>
 #include <kr/containers.h>
 #include <kr/diag.h>
@@ -41,7 +42,10 @@ unsigned long Sweep(Sequence sequence) {
       {
         kr_test::AllocationFailure failure(k, fromThereOn);
         sequence();
-        reached = reached || kr_test::AllocationCalls() >= k;
+        unsigned long const calls = kr_test::AllocationCalls();
+        reached = reached || calls >= k;
+        EXPECT_EQ(kr_test::FailedAllocations(), calls < k ? 0 : fromThereOn ? calls - k + 1 : 1)
+            << "failing allocation " << k;
       }
       EXPECT_EQ(kr_test::LiveBlocks(), live) << "blocks leaked, failing allocation " << k;
       if (kr_test::LiveBlocks() != live) return k;
@@ -61,6 +65,12 @@ template <typename T, typename... Arguments>
 std::unique_ptr<T> Make(Arguments... arguments) {
   Uncounted uncounted;
   return std::unique_ptr<T>(new T(arguments...));
+}
+
+template <typename Container>
+void Reserve(Container& container, size_t n) {
+  Uncounted uncounted;
+  container.reserve(n);
 }
 
 // The bytes an array holds, in order.
@@ -95,10 +105,7 @@ TEST(AllocationSweep, MemoryFileAndQueue) {
     }
     MemQueue queue(1);
     std::string queued;
-    {
-      Uncounted uncounted;
-      queued.reserve(2048);
-    }
+    Reserve(queued, 2048);
     char bytes[64];
     for (int i = 0; i < 30; ++i) {
       std::memset(bytes, 'A' + i % 26, sizeof bytes);
@@ -179,10 +186,7 @@ TEST(AllocationSweep, TreeThroughItsEntryCache) {
     kr_test::ItemTree tree(kKrAllowEqualKeys, 4);
     tree.destructorElement = nullptr;  // the recording one keeps a vector across runs
     std::vector<int> model;
-    {
-      Uncounted uncounted;
-      model.reserve(64);
-    }
+    Reserve(model, 64);
     for (int i = 0; i < 60; ++i) {
       int const key = i * 13 % 41;
       int const rc = kr_test::Insert(tree, {key, i, i});
@@ -211,10 +215,7 @@ TEST(AllocationSweep, NodePoolAndRawBuffer) {
     KrMemPool pool{};
     pool.nodeSize = 1000;  // four nodes to a buffer
     std::vector<void*> nodes;
-    {
-      Uncounted uncounted;
-      nodes.reserve(64);
-    }
+    Reserve(nodes, 64);
     for (int i = 0; i < 40; ++i) {
       void* node = pool.GetNode();
       if (node) nodes.push_back(node);

@@ -8,29 +8,17 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <sstream>
 
 namespace kr_test {
 namespace {
 
-struct Pipe {
-  int read = -1;
-  int write = -1;
-  bool Open() {
-    int fds[2];
-    if (pipe(fds) != 0) return false;
-    read = fds[0];
-    write = fds[1];
-    return true;
-  }
-};
-
-// Collects both pipes until end of file while writing `input` to the child.
+// Collects both output pipes until end of file while writing `input` to the
+// child's standard input (closed at once when there is none).
 void Collect(int outFd, int errFd, int inFd, std::string const& input, ChildResult* result) {
   std::size_t inputDone = 0;
-  if (inFd >= 0 && input.empty()) {
+  if (input.empty()) {
     close(inFd);
     inFd = -1;
   }
@@ -38,8 +26,9 @@ void Collect(int outFd, int errFd, int inFd, std::string const& input, ChildResu
   while (outFd >= 0 || errFd >= 0) {
     pollfd fds[3];
     int n = 0;
-    if (outFd >= 0) fds[n++] = {outFd, POLLIN, 0};
-    if (errFd >= 0) fds[n++] = {errFd, POLLIN, 0};
+    for (int fd : {outFd, errFd}) {
+      if (fd >= 0) fds[n++] = {fd, POLLIN, 0};
+    }
     if (inFd >= 0) fds[n++] = {inFd, POLLOUT, 0};
     if (poll(fds, n, -1) < 0) {
       if (errno == EINTR) continue;
@@ -58,9 +47,8 @@ void Collect(int outFd, int errFd, int inFd, std::string const& input, ChildResu
       }
       char buffer[4096];
       ssize_t got = read(fds[i].fd, buffer, sizeof buffer);
-      std::string& sink = fds[i].fd == outFd ? result->out : result->err;
       if (got > 0) {
-        sink.append(buffer, static_cast<std::size_t>(got));
+        (fds[i].fd == outFd ? result->out : result->err).append(buffer, static_cast<std::size_t>(got));
       } else {
         close(fds[i].fd);
         (fds[i].fd == outFd ? outFd : errFd) = -1;
@@ -81,17 +69,37 @@ void DropEmulatorReport(std::string* err) {
   err->erase(at, end == std::string::npos ? std::string::npos : end + 1 - at);
 }
 
-void Reap(pid_t pid, ChildResult* result) {
+// Forks; the child gets the three pipes as its standard streams and runs
+// `child` (which must not return). The parent feeds `input`, collects the
+// output and reaps the child.
+ChildResult Spawn(std::function<void()> const& child, std::string const& input) {
+  ChildResult result;
+  int in[2], out[2], err[2];
+  if (pipe(in) != 0 || pipe(out) != 0 || pipe(err) != 0) return result;
+  std::signal(SIGPIPE, SIG_IGN);  // a child that exits before reading its input
+  std::fflush(nullptr);
+  pid_t const pid = fork();
+  if (pid == 0) {
+    dup2(in[0], STDIN_FILENO);
+    dup2(out[1], STDOUT_FILENO);
+    dup2(err[1], STDERR_FILENO);
+    for (int fd : {in[1], out[0], err[0]}) close(fd);
+    child();
+  }
+  for (int fd : {in[0], out[1], err[1]}) close(fd);
+  if (pid < 0) {
+    for (int fd : {in[1], out[0], err[0]}) close(fd);
+    return result;
+  }
+  Collect(out[0], err[0], in[1], input, &result);
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
   }
-  if (WIFEXITED(status)) {
-    result->exited = true;
-    result->exitCode = WEXITSTATUS(status);
-  } else if (WIFSIGNALED(status)) {
-    result->signal = WTERMSIG(status);
-  }
-  if (!Emulator().empty()) DropEmulatorReport(&result->err);
+  result.exited = WIFEXITED(status);
+  if (result.exited) result.exitCode = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+  if (!Emulator().empty()) DropEmulatorReport(&result.err);
+  return result;
 }
 
 // The program `path` names; resolves /proc/self/exe, which an emulator's own
@@ -115,52 +123,20 @@ std::vector<std::string> Emulator() {
 }
 
 ChildResult RunInChild(std::function<int()> const& body) {
-  ChildResult result;
-  Pipe out, err;
-  if (!out.Open() || !err.Open()) return result;
-  std::fflush(nullptr);
-  pid_t pid = fork();
-  if (pid == 0) {
-    dup2(out.write, STDOUT_FILENO);
-    dup2(err.write, STDERR_FILENO);
-    close(out.read);
-    close(err.read);
-    int code = body();
+  return Spawn([&body] {
+    int const code = body();
     std::fflush(nullptr);
     _exit(code);
-  }
-  close(out.write);
-  close(err.write);
-  if (pid < 0) {
-    close(out.read);
-    close(err.read);
-    return result;
-  }
-  Collect(out.read, err.read, -1, "", &result);
-  Reap(pid, &result);
-  return result;
+  }, "");
 }
 
 ChildResult RunProgram(std::vector<std::string> const& argv, std::string const& input,
                        std::vector<std::string> const& environment) {
-  ChildResult result;
-  // A child that exits before reading its input must not kill the test.
-  std::signal(SIGPIPE, SIG_IGN);
-  Pipe in, out, err;
-  if (argv.empty() || !in.Open() || !out.Open() || !err.Open()) return result;
-  std::fflush(nullptr);
-  pid_t pid = fork();
-  if (pid == 0) {
-    dup2(in.read, STDIN_FILENO);
-    dup2(out.write, STDOUT_FILENO);
-    dup2(err.write, STDERR_FILENO);
-    close(in.write);
-    close(out.read);
-    close(err.read);
+  if (argv.empty()) return ChildResult();
+  return Spawn([&] {
     for (std::string const& entry : environment) putenv(const_cast<char*>(entry.c_str()));
     std::vector<std::string> command = Emulator();
-    if (!command.empty()) command.push_back(ProgramPath(argv[0]));
-    else command.push_back(argv[0]);
+    command.push_back(command.empty() ? argv[0] : ProgramPath(argv[0]));
     command.insert(command.end(), argv.begin() + 1, argv.end());
     std::vector<char*> args;
     for (std::string const& arg : command) args.push_back(const_cast<char*>(arg.c_str()));
@@ -168,19 +144,7 @@ ChildResult RunProgram(std::vector<std::string> const& argv, std::string const& 
     execv(args[0], args.data());
     std::fprintf(stderr, "cannot run %s: %s\n", args[0], std::strerror(errno));
     _exit(127);
-  }
-  close(in.read);
-  close(out.write);
-  close(err.write);
-  if (pid < 0) {
-    close(in.write);
-    close(out.read);
-    close(err.read);
-    return result;
-  }
-  Collect(out.read, err.read, in.write, input, &result);
-  Reap(pid, &result);
-  return result;
+  }, input);
 }
 
 }  // namespace kr_test

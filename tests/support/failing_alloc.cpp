@@ -125,15 +125,12 @@ void free(void* block) {
 namespace kr_test {
 
 void FailNthAllocation(unsigned long n) {
-  gCalls = 0;
-  gFailed = 0;
-  gFailFrom = n;
+  FailAllocationsFrom(n);
   gFailOnlyOne = true;
 }
 
 void FailAllocationsFrom(unsigned long n) {
-  gCalls = 0;
-  gFailed = 0;
+  gCalls = gFailed = 0;
   gFailFrom = n;
   gFailOnlyOne = false;
 }
@@ -141,15 +138,11 @@ void FailAllocationsFrom(unsigned long n) {
 void StopFailingAllocations() { gFailFrom = 0; }
 
 unsigned long AllocationCalls() { return gCalls; }
-
 unsigned long FailedAllocations() { return gFailed; }
-
 std::size_t LastFailedSize() { return gLastFailedSize; }
-
 long LiveBlocks() { return gLiveBlocks; }
 
 Uncounted::Uncounted() : outer_(gSuspended) { gSuspended = true; }
-
 Uncounted::~Uncounted() { gSuspended = outer_; }
 
 }  // namespace kr_test
