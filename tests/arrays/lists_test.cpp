@@ -89,7 +89,7 @@ TEST(LList, CapacitiesImportAndCopies) {
   for (int i = 0; i < 8; ++i) seven.Insert(0, "x");
   EXPECT_TRUE(seven.capacity == 8 && seven.memFile->logicalSize == 8);
   for (int i = 0; i < 8; ++i) seven.Delete(0, 1);
-  EXPECT_TRUE(seven.capacity == 0 && seven.memFile->buffer == nullptr);
+  EXPECT_TRUE(seven.capacity == 0 && !seven.memFile->buffer && seven.Delete(0, 1) == -502);
 
   KrLList target(2, 5, nullptr);
   for (char const* element : {"a0", "a1", "a2", "a3"}) target.Insert(target.count, element);

@@ -152,6 +152,8 @@ TEST(VArray, SearchAtSortedInsertAndFailures) {
   kr_test::StopFailingAllocations();
   EXPECT_TRUE(failed[0] == -2030 && failed[1] == -2030 && Items(list)[3].key == 30);
   EXPECT_TRUE(list.Merge(&empty, 0) == -507 && empty.GetMaxCount() == 0xFFFFFFFFul);
+  empty.Insert(0, &twentyFive);  // a single element is found
+  EXPECT_TRUE(empty.Search(&twentyFive, &position, nullptr) == 0 && position == 0);
 }
 
 }  // namespace
