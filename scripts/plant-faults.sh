@@ -8,6 +8,8 @@
 #   scripts/plant-faults.sh [FAULTS]      default tests/faults.txt
 #   scripts/plant-faults.sh --generate    prints operator and constant flips
 #                                         spread over src/ and tools/
+#   KR_FAULTS_SCRATCH=dir                 scratch copy and build (default
+#                                         build-faults; report.txt in it)
 #
 # A fault is one line "path:line:from:to": on that line of that file the
 # first "from" becomes "to". A fault whose line does not hold "from" any more
@@ -40,7 +42,7 @@ fi
 
 faults=${1:-tests/faults.txt}
 [ -f "$faults" ] || { echo "plant-faults.sh: no $faults" >&2; exit 2; }
-scratch=build-faults
+scratch=${KR_FAULTS_SCRATCH:-build-faults}  # where the copy is built
 rm -rf "$scratch/tree"
 mkdir -p "$scratch/tree"
 tar -c --exclude='./build*' --exclude=./.git . | tar -x -C "$scratch/tree"
