@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "child_process.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -55,10 +56,9 @@ TEST(Path, BoundedBySize) {
 // Differential check against realpath on a tree of real directories without
 // symbolic links, where lexical normalisation must give the same path.
 TEST(Path, AgreesWithRealpathOnRealDirectories) {
-  char made[] = "/tmp/kr_path_XXXXXX";
-  ASSERT_NE(mkdtemp(made), nullptr);
+  kr_test::TempDir made;
   char base[PATH_MAX];
-  ASSERT_NE(realpath(made, base), nullptr);
+  ASSERT_NE(realpath(made.path().c_str(), base), nullptr);
   for (char const* dir : {"a", "b", "a/a", "a/b", "b/a", "b/b"}) {
     ASSERT_EQ(mkdir((std::string(base) + "/" + dir).c_str(), 0700), 0);
   }
@@ -78,7 +78,6 @@ TEST(Path, AgreesWithRealpathOnRealDirectories) {
     ASSERT_NE(realpath(path.c_str(), expected), nullptr) << path;
     EXPECT_EQ(AbsPath(path), expected) << path;
   }
-  EXPECT_EQ(std::system(("rm -rf " + std::string(base)).c_str()), 0);
 }
 
 }  // namespace

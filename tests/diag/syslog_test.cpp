@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "child_process.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -114,11 +115,9 @@ class RsyslogDaemon {
  public:
   // Empty when the daemon serves /dev/log, else why it does not.
   std::string Start(std::string const& binary) {
-    char dir[] = "/tmp/kr_syslog_XXXXXX";
-    if (!mkdtemp(dir)) return "cannot make a temporary directory";
-    dir_ = dir;
-    std::string config = dir_ + "/rsyslog.conf", log = dir_ + "/rsyslogd.out";
-    std::ofstream(config) << "global(workDirectory=\"" << dir_
+    if (dir_.path().empty()) return "cannot make a temporary directory";
+    std::string config = dir_.Name("rsyslog.conf"), log = dir_.Name("rsyslogd.out");
+    std::ofstream(config) << "global(workDirectory=\"" << dir_.path()
                           << "\" parser.escapeControlCharactersOnReceive=\"off\")\n"
                           << "module(load=\"imuxsock\" SysSock.Name=\"" << kDevLog
                           << "\" SysSock.RateLimit.Interval=\"0\")\n"
@@ -131,7 +130,7 @@ class RsyslogDaemon {
       dup2(fd, STDOUT_FILENO);
       dup2(fd, STDERR_FILENO);
       execl(binary.c_str(), binary.c_str(), "-n", "-f", config.c_str(), "-i",
-            (dir_ + "/rsyslogd.pid").c_str(), static_cast<char*>(nullptr));
+            dir_.Name("rsyslogd.pid").c_str(), static_cast<char*>(nullptr));
       _exit(127);
     }
     for (int i = 0; pid_ > 0 && i < 200; ++i) {
@@ -146,9 +145,6 @@ class RsyslogDaemon {
     if (pid_ > 0 && kill(pid_, SIGTERM) == 0) waitpid(pid_, nullptr, 0);
     // It was free before we started: leave no stale socket behind.
     if (pid_ > 0 && !SocketAnswers(kDevLog)) unlink(kDevLog);
-    if (!dir_.empty() && std::system(("rm -rf " + dir_).c_str()) != 0) {
-      std::fprintf(stderr, "cannot remove %s\n", dir_.c_str());
-    }
   }
 
   // The entries holding `marker`, once `count` of them arrived (or after ten
@@ -174,9 +170,9 @@ class RsyslogDaemon {
 
  private:
   static constexpr char kSeparator[] = "<<END>>";
-  std::string Output() const { return dir_ + "/user.log"; }
+  std::string Output() const { return dir_.Name("user.log"); }
   pid_t pid_ = -1;
-  std::string dir_;
+  kr_test::TempDir dir_;
 };
 
 constexpr char RsyslogDaemon::kSeparator[];
