@@ -1,0 +1,244 @@
+// The container, iterator and parameter bases, the default element functions
+// and the one-entry container.
+#include <kr/containers.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+// Entries are {header, element} pairs; `bad` has no element. The element
+// functions log their calls ('e'lement of entry, 'k'ey, 'f'lags, 'd'at,
+// 'c'ompare) and answer the statuses in `fail` (-519 from 'd': no dat).
+struct Record {
+  int header, element;
+};
+struct Logged : KrVContainer {
+  Logged() : KrVContainer(sizeof(int), 0) {
+    keyOfElement = [](KrVContainer const* c, void const* e, int& s, KrVParameter*) {
+      return Of(c).Log('k', s), e;
+    };
+    datOfElement = [](KrVContainer const* c, void const*, int& s, KrVParameter*) {
+      return Of(c).Log('d', s), s == -519 ? nullptr : static_cast<void const*>(&Of(c).dat);
+    };
+    flagsOfElement = [](KrVContainer const* c, void const*, int& s, KrVParameter*) {
+      return Of(c).Log('f', s), 0x55ul;
+    };
+    compareElement = [](KrVContainer const* c, int& k, int& o, KrVIterator const* probe,
+                        void const* key, void const* dat, void const* element, KrVParameter* p) {
+      int s;
+      Of(c).Log('c', s);
+      Of(c).seen = {probe, key, dat, element, p};
+      k = Of(c).keyResult, o = Of(c).orderResult;
+      return s;
+    };
+  }
+  static Logged const& Of(KrVContainer const* c) { return *static_cast<Logged const*>(c); }
+  void Log(char what, int& status) const {
+    log += what;
+    status = fail.count(what) ? fail.at(what) : 0;
+  }
+  void const* GetElementOfEntry(void const* entry) const override {
+    log += 'e';
+    return entry && entry != &bad ? &static_cast<Record const*>(entry)->element : nullptr;
+  }
+  Record bad = {0, 0};
+  int dat = 0, keyResult = 0, orderResult = 0;
+  std::map<char, int> fail;
+  mutable std::string log;
+  mutable std::vector<void const*> seen;  // probe, key, dat, element, parameter
+};
+
+// Stands on a fixed entry with a fixed status.
+struct Fixed : KrVIterator {
+  Fixed(KrVContainer* c, void const* on, int s = 0) : KrVIterator(nullptr, c), entry(on) {
+    status = s;
+  }
+  void const* GetEntry(int& s, KrVParameter*) const override {
+    s = status;
+    return status < 0 ? nullptr : entry;
+  }
+  void const* entry;
+};
+
+// What every container, iterator and parameter starts with, and the base
+// answers that a concrete class overrides.
+TEST(Bases, StartAndAnswerAsDocumented) {
+  // The default element functions: exactly elementSize bytes copied from the
+  // key; all elements equal; the element is its own key; no dat; flags 1.
+  KrVContainer base(6, 3);
+  char destination[8] = "xxxxxxx";
+  int key = 7, order = 7, s[4] = {9, 9, 9, 0};
+  EXPECT_EQ(base.constructorElement(&base, destination, nullptr, "abcdefgh", nullptr, 0), 0);
+  EXPECT_EQ(base.compareElement(&base, key, order, nullptr, "a", nullptr, "b", nullptr), 0);
+  EXPECT_TRUE(std::string(destination) == "abcdefx" && key == 0 && order == 0);
+  EXPECT_TRUE(base.keyOfElement(&base, &key, s[0], nullptr) == &key && !base.destructorElement);
+  EXPECT_TRUE(!base.datOfElement(&base, &key, s[1], nullptr) &&
+              base.flagsOfElement(&base, &key, s[2], nullptr) == 1);
+  KrVIterator it(nullptr, &base);
+  KrVParameter parameter;
+  unsigned long count = 99;
+  for (int result : {base.Clear(nullptr, &count, nullptr), it.First(), it.Next(), it.Prior(),
+                     it.Last(), base.SearchElement(&it, nullptr, 0, &parameter, &it),
+                     base.InsertElement(&it, nullptr, 0, &parameter),
+                     base.DeleteElement(&it, nullptr, 0, &parameter),
+                     it.SearchElement(&it, nullptr, 0, &parameter),
+                     it.InsertElement(&it, nullptr, 0, &parameter),
+                     it.UpdateElement(&it, nullptr, 0, &parameter), it.DeleteElement(0, nullptr)}) {
+    EXPECT_EQ(result, kKrNotImplemented);
+  }
+  EXPECT_TRUE(count == 99 && it.status == -521 && !it.GetElement(s[3], nullptr));
+  EXPECT_EQ(std::vector<int>(s, s + 4), (std::vector<int>{0, -519, 0, -2999}));
+
+  // Statuses follow the container; copies keep the status as it stands.
+  KrVIterator none(nullptr), on(nullptr, &base);
+  on.status = 0;
+  none = on;
+  EXPECT_TRUE(KrVIterator(on).status == 0 && none.status == 0 && none.container == &base);
+  on.Destroy();
+  EXPECT_TRUE(on.status == -520 && !on.container && KrVIterator(nullptr, nullptr).status == -520);
+  EXPECT_EQ((on = &base).status, -521);
+  on.SetContainer(nullptr);
+  EXPECT_EQ(on.status, -520);
+
+  // A parameter copy carries the entry only; assignment keeps the aux.
+  KrVParameter source, target;
+  EXPECT_TRUE(!source.entry && !source.aux && source.GetType() == 0);
+  source.entry = &count;
+  source.aux = &key;
+  target.aux = &base;
+  target = source;
+  EXPECT_TRUE(KrVParameter(source).entry == &count && target.entry == &count);
+  EXPECT_EQ(target.aux, &base);
+}
+
+// Parts are read in the order element, key, flags, dat, only those asked for,
+// up to the first negative status; a missing element or function is -2999.
+// The part getters read through the current entry, the status explaining a
+// null (0) answer.
+TEST(EntryParts, ReadInOrderUpToTheFirstFailure) {
+  Logged c;
+  Record r = {1, 2};
+  KrVIterator it(nullptr, &c), detached(nullptr);
+  void const *e = nullptr, *k = nullptr, *d = nullptr;
+  unsigned long f = 0;
+  EXPECT_EQ(it.GetEntryParts(&r, &e, &k, &d, &f, nullptr), 0);
+  EXPECT_TRUE(c.log == "ekfd" && e == &r.element && k == e && d == &c.dat && f == 0x55);
+  struct Case {
+    void const* entry;
+    bool element;   // asked for
+    char fail;      // part failing with -7; 'D': -519; 'K': no key function
+    int result;
+    char const* log;
+  } const cases[] = {{&r, 0, 'k', -7, "ek"},  {&r, 0, 'f', -7, "ekf"},   {&r, 0, 'd', -7, "ekfd"},
+                     {&r, 0, 'D', -519, "ekfd"}, {&r, 0, 'K', -2999, "e"}, {nullptr, 1, 0, -2999, "e"},
+                     {nullptr, 0, 0, 0, "e"}, {&c.bad, 1, 0, -2999, "e"}};
+  for (Case const& x : cases) {
+    c.log.clear();
+    c.fail = {{x.fail, -7}, {'d', x.fail == 'D' ? -519 : x.fail == 'd' ? -7 : 0}};
+    c.keyOfElement = x.fail == 'K' ? nullptr : Logged().keyOfElement;
+    e = k = d = &r;
+    EXPECT_EQ(it.GetEntryParts(x.entry, x.element ? &e : nullptr, &k, &d, &f, nullptr), x.result);
+    EXPECT_EQ(c.log, x.log);
+    void const* dat = x.fail == 'D' ? nullptr : x.fail == 'd' ? &c.dat : static_cast<void*>(&r);
+    EXPECT_TRUE(e == &r && d == dat) << x.log;
+  }
+  c.log.clear();
+  EXPECT_TRUE(it.GetEntryParts(&r, nullptr, nullptr, nullptr, nullptr, nullptr) == 0 &&
+              detached.GetEntryParts(&r, &e, &k, &d, &f, nullptr) == 0 && c.log.empty() && e == &r);
+
+  c.fail.clear();
+  Fixed on(&c, &r), ended(&c, &r, -522), noEntry(&c, nullptr), bad(&c, &c.bad), none(nullptr, &r);
+  int s[9];
+  EXPECT_TRUE(on.GetKey(s[0], nullptr) == &r.element && on.GetDat(s[1], nullptr) == &c.dat);
+  EXPECT_TRUE(!ended.GetKey(s[2], nullptr) && !noEntry.GetElement(s[3], nullptr));
+  EXPECT_TRUE(!bad.GetDat(s[4], nullptr) && !bad.GetElement(s[5], nullptr));
+  c.flagsOfElement = nullptr;
+  EXPECT_TRUE(!on.GetFlags(s[6], nullptr) && !ended.GetFlags(s[7], nullptr));
+  EXPECT_TRUE(!none.GetKey(s[8], nullptr));  // no container: as GetEntry left it
+  EXPECT_EQ(std::vector<int>(s, s + 9),
+            (std::vector<int>{0, 0, -522, 0, -2999, -2999, -2999, -522, 0}));
+}
+
+// This iterator's element is described relative to the other's: the compare
+// function (given the other as probe) has its results negated; INT_MIN turns
+// into INT_MAX. Failures of either side pass out before anything is called.
+TEST(CompareElement, NegatesTheCompareFunctionAndPassesFailuresOut) {
+  Logged mine, theirs;
+  Record a = {0, 10}, b = {0, 20};
+  Fixed self(&mine, &a), other(&theirs, &b);
+  KrVParameter parameter;
+  mine.keyResult = 3, mine.orderResult = -4, mine.fail['c'] = 6;
+  int key = 0, order = 0;
+  EXPECT_EQ(self.CompareElement(&other, nullptr, key, order, &parameter), 6);
+  EXPECT_TRUE(key == -3 && order == 4);
+  EXPECT_EQ(mine.seen, (std::vector<void const*>{&other, &b.element, &theirs.dat, &a.element,
+                                                  &parameter}));
+  EXPECT_EQ(theirs.log, "eked");
+  mine.keyResult = INT_MIN, mine.orderResult = INT_MAX;
+  self.CompareElement(&other, nullptr, key, order, nullptr);
+  EXPECT_TRUE(key == INT_MAX && order == -INT_MAX);
+  theirs.fail['d'] = -519;  // no dat is no failure
+  EXPECT_EQ(self.CompareElement(&other, nullptr, key, order, nullptr), 6);
+  EXPECT_EQ(mine.seen[2], nullptr);
+  Fixed lost(&mine, &a, -523), ended(&theirs, &b, -522), noElement(&mine, &mine.bad);
+  mine.log.clear(), theirs.log.clear();
+  EXPECT_EQ(lost.CompareElement(&other, nullptr, key, order, nullptr), -523);
+  EXPECT_EQ(self.CompareElement(&ended, nullptr, key, order, nullptr), -522);
+  EXPECT_TRUE(mine.log.empty() && theirs.log.empty());
+  for (int code : {-11, -12}) {
+    theirs.fail = {{code == -11 ? 'k' : 'd', code}};
+    EXPECT_EQ(self.CompareElement(&other, nullptr, key, order, nullptr), code);
+  }
+  theirs.fail.clear();
+  mine.seen.clear();
+  EXPECT_EQ(noElement.CompareElement(&other, nullptr, key, order, nullptr), -2999);
+  mine.compareElement = nullptr;
+  EXPECT_EQ(self.CompareElement(&other, nullptr, key, order, nullptr), -2999);
+  EXPECT_TRUE(mine.seen.empty());  // never called
+}
+
+// Runs steps ('F'irst, 'L'ast, 'N'ext, 'P'rior) and lists the statuses.
+std::string Steps(KrVIterator& it, char const* steps) {
+  std::string results;
+  for (; *steps; ++steps) {
+    char c = *steps;
+    results += std::to_string(c == 'F' ? it.First() : c == 'L' ? it.Last() : c == 'N' ? it.Next()
+                                                                                     : it.Prior());
+    results += " ";
+  }
+  return results;
+}
+
+TEST(OneEntryContainer, MovesAsItsTableSaysAndAnswersItsTriple) {
+  int key = 1, dat = 2;
+  KrOneEntryContainer full(&key, &dat, 0x1234), empty(nullptr, nullptr, 0), noDat(&key, nullptr, 7);
+  KrOneEntryIterator onFull(&full, nullptr), onEmpty(&empty, nullptr), none(nullptr, nullptr);
+  EXPECT_TRUE(onFull.status == 0 && onEmpty.status == -521);
+  EXPECT_EQ(Steps(onFull, "FNNLPPNPNP"), "0 -522 -522 0 -521 -521 0 -521 0 -521 ");
+  EXPECT_EQ(Steps(onEmpty, "FLPFN"), "-521 -522 0 -521 0 ");  // lands "on" it unasked
+  EXPECT_EQ(Steps(none, "FLNP"), "-520 -520 -520 -520 ");
+  onFull.status = -523;
+  EXPECT_EQ(Steps(onFull, "NPF"), "-523 -523 0 ");
+
+  KrOneEntryIterator it(&full, nullptr), bare(&noDat, nullptr);
+  EXPECT_TRUE(full.GetType() == 4 && it.GetType() == 4);
+  int status = 9;
+  EXPECT_TRUE(it.GetEntry(status, nullptr) == &key && it.GetKey(status, nullptr) == &key);
+  EXPECT_TRUE(it.GetDat(status, nullptr) == &dat && it.GetFlags(status, nullptr) == 0x1234u);
+  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(!bare.GetDat(status, nullptr) && status == -519 && bare.status == 0);
+  KrOneEntryIterator result(&full, nullptr);
+  EXPECT_EQ(full.SearchElement(&it, nullptr, 0, nullptr, &result), -510);
+  EXPECT_EQ(result.status, -522);
+  it.Next();
+  EXPECT_TRUE(!it.GetKey(status, nullptr) && status == -522);
+  EXPECT_TRUE(!it.GetDat(status, nullptr) && status == -522);
+}
+
+}  // namespace
