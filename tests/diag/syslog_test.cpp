@@ -217,62 +217,50 @@ std::string SysLogDaemon::startError_;
 constexpr char kVersionLine[] = "\n(Norvane 9.5.23.262.0)";
 constexpr int kUser = 8;
 
-TEST_F(SysLogDaemon, EntriesCarryTextVersionLineAndPriority) {
-  std::string marker = Marker("levels");
+// Levels map to priorities (anything unknown is a notice), texts are cut at 1023 characters
+// and carry the version line, the logger opens with the first entry under the default name;
+// a name set later is copied and fixed once open, and the switch drops entries.
+TEST_F(SysLogDaemon, EntriesCarryTextVersionLinePriorityAndName) {
+  std::string const marker = Marker("levels");
   int const levels[] = {1, 2, 3, 4, 0, 5, -1, 10};
   int const priorities[] = {6, 5, 4, 3, 5, 5, 5, 5};
-  ChildResult child = RunInChild([&] {
-    for (int level : levels) {
-      KrSystemLog()->LogPermanent(static_cast<KrSysLogLevel>(level), "%s level %d", marker.c_str(),
-                                  level);
-    }
-    KrSystemLog()->LogPermanent(KrSysLogError, "%s %s", marker.c_str(),
-                                std::string(1500, 'y').c_str());
+  auto log = [&marker](KrSysLogLevel level, std::string const& text) {
+    KrSystemLog()->LogPermanent(level, "%s %s", marker.c_str(), text.c_str());
+  };
+  ChildResult const first = RunInChild([&] {
+    for (int level : levels) log(static_cast<KrSysLogLevel>(level), "level " + std::to_string(level));
+    log(KrSysLogError, std::string(1500, 'y'));
     std::printf("%d", static_cast<int>(getpid()));
-    return ProcessLog()->opened == 1 ? 0 : 1;  // opened by the first entry
+    return ProcessLog()->opened == 1 ? 0 : 1;
   });
-  ASSERT_EQ(child.exitCode, 0);
-  int childPid = std::atoi(child.out.c_str());
-  std::vector<Entry> entries = daemon_.WaitFor(marker, 9);
-  ASSERT_EQ(entries.size(), 9u);
-  // Texts longer than 1023 characters are cut.
-  EXPECT_EQ(entries[8].message,
-            (marker + " " + std::string(1500, 'y')).substr(0, 1023) + kVersionLine);
-  entries.pop_back();
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    std::string text = marker + " level " + std::to_string(levels[i]);
-    EXPECT_EQ(entries[i].message, text + kVersionLine) << i;
-    EXPECT_EQ(entries[i].priority, kUser + priorities[i]) << "level " << levels[i];
-    EXPECT_EQ(entries[i].ident, "Norvane Runtime System");
-    EXPECT_EQ(entries[i].pid, childPid);
-  }
-}
-
-TEST_F(SysLogDaemon, NameIsCopiedAndFixedOnceOpenAndTheSwitchDropsEntries) {
-  std::string marker = Marker("ident");
-  ChildResult child = RunInChild([&] {
+  ChildResult const second = RunInChild([&] {
     KrSystemLog()->AllowLogging(0);
-    KrSystemLog()->LogPermanent(KrSysLogError, "%s dropped", marker.c_str());
+    log(KrSysLogError, "dropped");
     KrSystemLog()->AllowLogging(1);
-    {
-      std::string name = "krtest-application";
-      KrSystemLog()->SetApplicationName(name.c_str());
-      name.assign(name.size(), '#');  // the caller's text changes and goes away
-    }
-    KrSystemLog()->LogPermanent(KrSysLogInformational, "%s first", marker.c_str());
+    std::string name = "krtest-application";
+    KrSystemLog()->SetApplicationName(name.c_str());
+    name.assign(name.size(), '#');  // the caller's text changes
+    log(KrSysLogInformational, "first");
     KrSystemLog()->SetApplicationName("later-name");
     ProcessLog()->Init(nullptr);
     ProcessLog()->_LogPermanent(KrSysLogWarning, 0, (marker + " second").c_str());
     return 0;
   });
-  ASSERT_EQ(child.exitCode, 0);
-  std::vector<Entry> entries = daemon_.WaitFor(marker, 2);
-  ASSERT_EQ(entries.size(), 2u);
-  EXPECT_EQ(entries[0].message, marker + " first" + kVersionLine);
-  EXPECT_EQ(entries[1].message, marker + " second" + kVersionLine);
-  EXPECT_EQ(entries[1].priority, kUser + 4);
-  EXPECT_EQ(entries[0].ident, "krtest-application");
-  EXPECT_EQ(entries[1].ident, "krtest-application");
+  ASSERT_TRUE(first.exitCode == 0 && second.exitCode == 0);
+  std::vector<Entry> entries = daemon_.WaitFor(marker, 11);
+  ASSERT_EQ(entries.size(), 11u);
+  EXPECT_EQ(entries[8].message,
+            (marker + " " + std::string(1500, 'y')).substr(0, 1023) + kVersionLine);
+  for (std::size_t i = 0; i < 11; ++i) {
+    std::string const text = i < 8 ? "level " + std::to_string(levels[i]) : i == 9 ? "first" : "second";
+    if (i != 8) {
+      EXPECT_EQ(entries[i].message, marker + " " + text + kVersionLine) << i;
+    }
+    int const priority = i < 8 ? priorities[i] : i == 8 ? 3 : i == 9 ? 6 : 4;
+    EXPECT_EQ(entries[i].priority, kUser + priority) << i;
+    EXPECT_EQ(entries[i].ident, i < 9 ? "Norvane Runtime System" : "krtest-application") << i;
+    EXPECT_EQ(entries[i].pid, i < 9 ? std::atoi(first.out.c_str()) : entries[9].pid) << i;
+  }
 }
 
 }  // namespace
