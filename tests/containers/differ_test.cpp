@@ -7,8 +7,11 @@
 #include <stdint.h>
 
 #include <algorithm>
+#include <iterator>
+#include <random>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "failing_alloc.h"
 #include "recording_handler.h"
@@ -291,6 +294,52 @@ TEST(ContainerDiffer, MismatchBudget) {
     EXPECT_EQ(run.Run(c.ratio), 1);
     EXPECT_EQ(run.first.compares, c.comparisons) << c.n << " x " << c.ratio;
     EXPECT_TRUE(run.onlyFirst.Sorted() == evens && run.onlySecond.Sorted() == odds) << c.ratio;
+  }
+}
+
+// Two sorted multisets of 2-byte records, then random insertions, deletions and swaps of
+// neighbours on either side: whatever the ratio, the outputs are exactly the multiset
+// differences.
+TEST(ContainerDiffer, AgreesWithSetDifferenceOnRandomEdits) {
+  std::mt19937 random(8);
+  auto sorted = [](std::string const& bytes) {
+    std::vector<std::string> records;
+    for (std::size_t i = 0; i < bytes.size(); i += 2) records.push_back(bytes.substr(i, 2));
+    std::sort(records.begin(), records.end());
+    return records;
+  };
+  for (int trial = 0; trial < 300; ++trial) {
+    std::vector<unsigned> base(random() % 60);
+    for (unsigned& v : base) v = random() % (trial % 2 ? 20 : 1000);
+    std::sort(base.begin(), base.end());
+    std::string bytes[2];
+    for (std::string& side : bytes) {
+      std::vector<unsigned> values = base;
+      for (int edits = random() % 8; edits > 0; --edits) {
+        std::size_t const at = values.empty() ? 0 : random() % values.size();
+        int const kind = random() % 3;
+        if (kind == 0) values.insert(values.begin() + at, random() % 1000);
+        if (kind == 1 && !values.empty()) values.erase(values.begin() + at);
+        if (kind == 2 && at + 1 < values.size()) std::swap(values[at], values[at + 1]);
+      }
+      for (unsigned v : values) side += {static_cast<char>(v >> 8), static_cast<char>(v)};
+    }
+    std::vector<std::string> a = sorted(bytes[0]), b = sorted(bytes[1]), onlyA, onlyB;
+    std::set_difference(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(onlyA));
+    std::set_difference(b.begin(), b.end(), a.begin(), a.end(), std::back_inserter(onlyB));
+    for (double ratio : {0.0, 0.05, 1.0, 10.0}) {
+      Records first(bytes[0], 2), second(bytes[1], 2);
+      KrDiffList list(2, nullptr);
+      KrDiffListIterator entries(&list);
+      MemFile onlyFirst(0, 0), onlySecond(0, 0);
+      KrRecordingContainer outFirst(&onlyFirst, 2), outSecond(&onlySecond, 2);
+      KrVContainerDiffer differ;
+      differ.diffList = &entries;
+      int const result = differ.Diff(&first, &second, &outFirst, &outSecond, ratio);
+      ASSERT_EQ(result, onlyA.empty() && onlyB.empty() ? 0 : 1) << trial << " " << ratio;
+      ASSERT_EQ(sorted(Contents(onlyFirst)), onlyA) << trial << " " << ratio;
+      ASSERT_EQ(sorted(Contents(onlySecond)), onlyB) << trial << " " << ratio;
+    }
   }
 }
 
