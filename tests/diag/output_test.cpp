@@ -1,5 +1,5 @@
-// Output to operators: the server console, the stdio output stream, message boxes; and the
-// small process-wide pieces beside them (service state, registry stubs, host name).
+// Output front ends (server console, stdio stream, message boxes), the text
+// class they write, the statistics counters and the platform stubs.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "child_process.h"
 
@@ -15,97 +16,86 @@ namespace {
 
 using kr_test::RunInChild;
 
-// Records what the console front end asks of its implementation.
-class RecordingCons : public _KrServCons {
- public:
+struct RecordingCons : _KrServCons {  // what the console asks of its implementation
   void write(char const* text, int length) override {
     log += "write(" + std::string(text) + "," + std::to_string(length) + ")";
   }
-  void writeString(KrString const& text) override { log += "string(" + std::string(text.Text()) + ")"; }
+  void writeString(KrString const& text) override { log += "str(" + std::string(text.Text()) + ")"; }
   void terminateLine() override { log += "line"; }
   void flush() override { log += "flush"; }
   std::string log;
 };
 
-// Drives every console operation once; returns what reached `impl`.
-std::string Drive(KrServCons& console, RecordingCons& impl) {
-  impl.log.clear();
-  console << "abc" << static_cast<char const*>(nullptr) << KrString("str") << -7L;
-  console.printf("%s=%d", "n", 5).terminateLine().flush();
-  endl(console);
-  return impl.log;
-}
-
-TEST(Console, ForwardsWhileEnabledAndSwallowsOtherwise) {
+TEST(Console, ForwardsWhileEnabledAndCutsLines) {
   RecordingCons impl;
   KrServCons console(&impl), none;
-  std::string const all = "write(abc,-1)string(str)write(-7,-1)write(n=5,-1)lineflushlineflush";
-  EXPECT_EQ(Drive(console, impl), all);
+  auto drive = [&impl](KrServCons& cons) {
+    impl.log.clear();
+    cons << "abc" << static_cast<char const*>(nullptr) << KrString("s") << -7L;
+    endl(cons.printf("%s=%d", "n", 5).terminateLine().flush());
+    return impl.log;
+  };
+  std::string const all = "write(abc,-1)str(s)write(-7,-1)write(n=5,-1)lineflushlineflush";
+  EXPECT_EQ(drive(console), all);
   console.flags &= ~KrServCons::kEnabled;
-  EXPECT_EQ(Drive(console, impl), "");
+  EXPECT_EQ(drive(console), "");
   console.flags |= KrServCons::kEnabled;
   EXPECT_EQ(console.setImplementation(nullptr), &impl);
-  EXPECT_EQ(Drive(console, impl), "");
-  EXPECT_TRUE(none.flags == KrServCons::kEnabled && none.setImplementation(&impl) == nullptr);
-  EXPECT_EQ(Drive(none, impl), all);
+  EXPECT_EQ(drive(console), "");
+  EXPECT_EQ(none.setImplementation(&impl), nullptr);
+  EXPECT_EQ(drive(none), all);
   impl.log.clear();
   none.printf("%s", std::string(3000, 'z').c_str());
   EXPECT_EQ(impl.log, "write(" + std::string(KrServCons::kLineSize - 1, 'z') + ",-1)");
-  kr_test::ChildResult const result = RunInChild([] {
+  kr_test::ChildResult result = RunInChild([] {  // the base implementation: standard error
     struct StderrCons : _KrServCons {
       void writeString(KrString const& text) override { write(text.Text(), -1); }
     } impl;
     KrServCons console(&impl);
-    console << "value " << 12L << KrString(" and text");
-    endl(console);
+    endl(console << "value " << 12L << KrString(" and text"));
     impl.write(nullptr, 3);  // ignored
     console.printf("%05d", 42);
     impl.terminateLine();
     return 0;
   });
-  EXPECT_EQ(result.err, "value 12 and text\n00042\n");
-  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err + "|" + result.out, "value 12 and text\n00042\n|");
+}
+
+TEST(KrString, CopiesOwnTheirText) {
+  std::string source = "first";
+  KrString a(source.c_str()), b("second"), empty(nullptr), copy(a);
+  source[0] = '#';
+  a = b;
+  b = KrString("third");
+  EXPECT_EQ(std::string(copy.Text()) + a.Text() + b.Text() + empty.Text(), "firstsecondthird");
+  EXPECT_EQ(a.Length() * 10 + empty.Length(), 60u);
 }
 
 TEST(OutStream, FormatsEachTypeAndFlushesOnlyWhenAsked) {
-  char* text = nullptr;
-  std::size_t size = 0;
-  std::FILE* file = open_memstream(&text, &size);
-  ASSERT_NE(file, nullptr);
-  {
-    KrOutStreamFILE stream(file);
-    KrOutStreamStub& base = stream;
-    base << "text" << '|' << -12 << '|' << static_cast<short>(-7) << '|' << -123456L << '|'
-         << 4000000000u << '|' << static_cast<unsigned short>(65535) << '|' << 4294967295ul
-         << '|' << 1.5f << '|' << 2.25 << '|' << reinterpret_cast<void*>(0x1f) << endl;
-    EXPECT_EQ(&(stream << flush), &stream);
-  }  // the destructor leaves the stream open
-  EXPECT_GE(std::fputs("!", file), 0);
-  std::fclose(file);
-  EXPECT_EQ(std::string(text),
-            "text|-12|-7|-123456|4000000000|65535|4294967295|1.500000|2.250000|0x1f\n!");
-  std::free(text);
-
-  file = std::tmpfile();
+  std::FILE* file = std::tmpfile();
   ASSERT_NE(file, nullptr);
   static char buffer[1 << 16];
   ASSERT_EQ(std::setvbuf(file, buffer, _IOFBF, sizeof buffer), 0);
-  auto onDisk = [file] {
-    struct stat info;
-    return fstat(fileno(file), &info) == 0 ? static_cast<long>(info.st_size) : -1L;
-  };
-  KrOutStreamFILE stream(file);
-  stream << "line";
-  stream.endl();
-  EXPECT_EQ(onDisk(), 0);
-  stream.flush();
-  EXPECT_EQ(onDisk(), 5);
+  struct stat info;
+  {
+    KrOutStreamFILE stream(file);
+    static_cast<KrOutStreamStub&>(stream)
+        << "text" << '|' << -12 << '|' << static_cast<short>(-7) << '|' << -123456L << '|'
+        << 4000000000u << '|' << static_cast<unsigned short>(65535) << '|' << 4294967295ul << '|'
+        << 1.5f << '|' << 2.25 << '|' << reinterpret_cast<void*>(0x1f) << endl;
+    EXPECT_TRUE(fstat(fileno(file), &info) == 0 && info.st_size == 0);  // endl does not flush
+    EXPECT_EQ(&(stream << flush), &stream);
+    EXPECT_TRUE(fstat(fileno(file), &info) == 0 && info.st_size == 71);
+  }  // the destructor leaves the stream open
+  EXPECT_GE(std::fputs("!", file), 0);
+  std::rewind(file);
+  char text[128] = {};
+  EXPECT_EQ(std::fread(text, 1, sizeof text - 1, file), 72u);
+  EXPECT_STREQ(text, "text|-12|-7|-123456|4000000000|65535|4294967295|1.500000|2.250000|0x1f\n!");
   std::fclose(file);
 }
 
-// Keeps the base Box; records what reaches _Box.
-class RecordingMsg : public KrMsg {
- public:
+struct RecordingMsg : KrMsg {  // keeps the base Box; records what reaches _Box
   unsigned long _Box(char const* title, unsigned long flags, char const* text) override {
     last = std::string(title) + "|" + std::to_string(flags) + "|" + text;
     return 7;
@@ -113,54 +103,78 @@ class RecordingMsg : public KrMsg {
   std::string last;
 };
 
-// The base Box formats, cuts and forwards; the shared switch (on at load, stored as 0 or 1)
-// answers "not allowed" unless the box is forced; the dummy shows nothing, whatever the switch.
-TEST(MessageBox, FormatsSwitchesAndTheDummy) {
+TEST(MessageBox, FormatsCutsAndObeysTheSharedSwitchUnlessForced) {
   RecordingMsg box;
   EXPECT_EQ(box.Box("Title", 0x11, "%s needs %d bytes", "table", 4096), 7u);
   EXPECT_EQ(box.last, "Title|17|table needs 4096 bytes");
   box.Box("t", 0, "%s", std::string(10000, 'm').c_str());
   EXPECT_EQ(box.last, "t|0|" + std::string(KrMsg::kTextSize - 1, 'm'));
-  kr_test::ChildResult const result = RunInChild([] {
-    RecordingMsg box, other;
-    if (box.AllowMessageBoxes(0) != 1) return 1;
-    if (box.Box("t", 0x1FFFFFFF, "x") != 0x40000000 || !box.last.empty()) return 2;
-    if (box.Box("t", 0x20000000, "forced %d", 1) != 7 || box.last != "t|536870912|forced 1") {
-      return 3;
-    }
-    if (other.Box("t", 0, "x") != 0x40000000) return 4;  // one switch for all
-    if (other.AllowMessageBoxes(5) != 0 || box.AllowMessageBoxes(1) != 1) return 5;
-    KrMsg* dummy = KrMessage();
-    if (dummy->AllowMessageBoxes(0) != -1 || box.AllowMessageBoxes(1) != 1) return 6;
-    if (dummy->Box("t", 0, "x %d", 1) != 0x80000000) return 7;
-    box.AllowMessageBoxes(0);
-    return dummy->Box("t", 0, "x") == 0x80000000 && dummy->_Box("t", 0, "x") == 0x80000000 ? 0 : 8;
-  });
-  EXPECT_EQ(result.exitCode, 0);
-  EXPECT_EQ(result.out + result.err, "");
+  EXPECT_EQ(RunInChild([] {
+              RecordingMsg box, other;
+              KrMsg* dummy = KrMessage();  // shows nothing: 0x80000000 whatever the switch
+              if (box.AllowMessageBoxes(0) != 1) return 1;  // on at load
+              if (box.Box("t", 0x1FFFFFFF, "x") != 0x40000000 || !box.last.empty()) return 2;
+              if (box.Box("t", 0x20000000, "forced %d", 1) != 7) return 3;
+              if (box.last != "t|536870912|forced 1") return 4;
+              if (other.Box("t", 0, "x") != 0x40000000) return 5;  // one switch for all
+              if (other.AllowMessageBoxes(5) != 0 || box.AllowMessageBoxes(1) != 1) return 6;
+              if (dummy->AllowMessageBoxes(0) != -1 || box.AllowMessageBoxes(1) != 1) return 7;
+              if (dummy->Box("t", 0, "x %d", 1) != 0x80000000) return 8;
+              box.AllowMessageBoxes(0);
+              return dummy->Box("t", 0, "x") == 0x80000000 && dummy->_Box("t", 0, "x") == 0x80000000 ? 0 : 9;
+            }).exitCode,
+            0);
 }
 
-TEST(ProcessState, ServiceStopsOnceRegistryIsAbsentHostnameIsTheSystems) {
-  EXPECT_EQ(RunInChild([] {
-              int const before = KIRO_Service_hasStopped();
-              StopKIRO_Service();
-              StopKIRO_Service();
-              return before * 10 + KIRO_Service_hasStopped();
+std::vector<int> Counters(KrStatistics const& s) {
+  return {s.transactions, s.commits, s.aborts, s.csRequests, s.failedCsRequests,
+          s.serverNotifications, s.queries, s.clients, s.objDescs, s.extents, s.locks,
+          s.watches, s.refreshedObjects, s.deliveredObjects, s.internalTransactions};
+}
+
+TEST(Statistics, EachOperationChangesOnlyItsCounterAndClearKeepsTheLastThree) {
+  using S = KrStatistics;
+  struct { S& (S::*step)(); S& (S::*add)(long); int field, delta; } const steps[] = {
+      {&S::IncTransactions, 0, 0, 1}, {&S::DecTransactions, 0, 0, -1}, {&S::IncCommits, 0, 1, 1},
+      {&S::IncAborts, 0, 2, 1}, {&S::IncCSRequests, 0, 3, 1}, {&S::IncFailedCSRequests, 0, 4, 1},
+      {&S::IncServerNotifications, 0, 5, 1}, {&S::IncQueries, 0, 6, 1}, {&S::IncClients, 0, 7, 1},
+      {&S::DecClients, 0, 7, -1}, {&S::IncObjDescs, 0, 8, 1}, {&S::DecObjDescs, 0, 8, -1},
+      {&S::IncExtents, 0, 9, 1}, {&S::DecExtents, 0, 9, -1}, {&S::IncLocks, 0, 10, 1},
+      {&S::DecLocks, 0, 10, -1}, {&S::IncWatches, 0, 11, 1}, {&S::DecWatches, 0, 11, -1},
+      {&S::IncInternalTransactions, 0, 14, 1}, {0, &S::AddLocks, 10, -17},
+      {0, &S::AddWatches, 11, -17}, {0, &S::AddRefreshedObjects, 12, -17},
+      {0, &S::AddDeliveredObjects, 13, -17}};
+  EXPECT_EQ(RunInChild([&] {
+              S& stats = *Statistics();  // starts at zero
+              if (&stats != Statistics() || stats.flags || Counters(stats) != std::vector<int>(15)) return 1;
+              stats.locks = 0x7FFFFFFF;  // counters wrap in 32 bits
+              for (auto const& s : steps) {
+                std::vector<int> expected = Counters(stats);
+                expected[s.field] = static_cast<int>(static_cast<unsigned>(expected[s.field]) + s.delta);
+                if (&(s.step ? (stats.*s.step)() : (stats.*s.add)(s.delta)) != &stats) return 2;
+                if (Counters(stats) != expected) return 100 + s.field;
+              }
+              std::vector<int> expected(15, 0);
+              expected[12] = expected[13] = -17, expected[14] = 1;
+              stats.flags = 0x12;
+              stats.Clear();
+              if (Counters(stats) != expected || stats.flags != 0x12) return 3;
+              return RegisterStatistics() * 10 + DeregisterStatistics();
             }).exitCode,
-            1);
+            0);
+}
+
+TEST(PlatformStubs, RegistryIsNotImplementedAndHostnameIsTheSystems) {
   char const* path[] = {"Software", nullptr};
-  char value[16] = "untouched";
+  char value[16] = "untouched", expected[256] = {}, name[256] = "x", small[2] = "x";
   long length = 16;
   EXPECT_EQ(KrGetRegistryEntry(path, value, length), -2999);
-  EXPECT_EQ(KrSetRegistryEntry(nullptr, value, length), -2999);
-  EXPECT_EQ(KrDeleteRegistryEntry(path), -2999);
+  EXPECT_EQ(KrSetRegistryEntry(nullptr, value, length) + KrDeleteRegistryEntry(path), -5998);
   EXPECT_STREQ(value, "untouched");
-  char expected[256] = {}, name[256] = "x", small[2] = "x";
   ASSERT_EQ(gethostname(expected, sizeof expected), 0);
   EXPECT_EQ(KrGetHostname(name, sizeof name), 0);
   EXPECT_STREQ(name, expected);
-  EXPECT_EQ(KrGetHostname(small, 0), 0);  // the system fails; the result stays 0
-  EXPECT_EQ(KrGetHostname(small, -5), 0);
+  EXPECT_EQ(KrGetHostname(small, 0) * 10 + KrGetHostname(small, -5), 0);  // the system fails
   EXPECT_STREQ(small, "x");
 }
 
