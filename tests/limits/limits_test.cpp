@@ -1,16 +1,22 @@
 // Sizes at the limits, each in seconds at most: a million sorted and a million equal elements
 // sort at once, and a compare function answering at random leaves a permutation; the largest
-// entry ring fills both ways; ten million tree nodes are inserted, walked, checked, emptied.
+// entry ring fills both ways; ten million tree nodes are inserted, walked, checked, emptied;
+// krinfo reads a file beyond 2 GiB whole.
 #include <kr/arrays.h>
 #include <kr/containers.h>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
+
+#include "child_process.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -85,6 +91,23 @@ TEST(Limits, TenMillionTreeNodes) {
   unsigned long former = 0;
   big.Clear(nullptr, &former, nullptr);
   EXPECT_TRUE(former == kNodes && big.count == 0 && !big.root);
+}
+
+// A sparse file of 2 GiB and one zero byte: crc32 reads it all, beyond any 32-bit size.
+TEST(Limits, KrinfoChecksumBeyondTwoGiB) {
+  kr_test::TempDir dir;
+  std::string const huge = dir.Make("huge", "");
+  ASSERT_EQ(truncate(huge.c_str(), (2LL << 30) + 1), 0);
+  std::string const megabyte(1 << 20, '\0');
+  uLong const block = crc32(0, reinterpret_cast<Bytef const*>(megabyte.data()), 1 << 20);
+  uLong crc = 0;
+  for (int i = 0; i < 2048; ++i) crc = crc32_combine(crc, block, 1 << 20);
+  crc = crc32(crc, reinterpret_cast<Bytef const*>(megabyte.data()), 1);
+  char text[16];
+  std::snprintf(text, sizeof text, "%08lx\n", crc);
+  kr_test::ChildResult const result = kr_test::RunProgram({KRINFO_PATH, "crc32", huge});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(result.out, text);
 }
 
 }  // namespace
