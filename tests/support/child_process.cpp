@@ -1,12 +1,9 @@
 #include "child_process.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <sstream>
@@ -14,101 +11,65 @@
 namespace kr_test {
 namespace {
 
-// Collects both output pipes until end of file while writing `input` to the
-// child's standard input (closed at once when there is none).
-void Collect(int outFd, int errFd, int inFd, std::string const& input, ChildResult* result) {
-  std::size_t inputDone = 0;
-  if (input.empty()) {
-    close(inFd);
-    inFd = -1;
-  }
-  if (inFd >= 0) fcntl(inFd, F_SETFL, O_NONBLOCK);
-  while (outFd >= 0 || errFd >= 0) {
-    pollfd fds[3];
-    int n = 0;
-    for (int fd : {outFd, errFd}) {
-      if (fd >= 0) fds[n++] = {fd, POLLIN, 0};
-    }
-    if (inFd >= 0) fds[n++] = {inFd, POLLOUT, 0};
-    if (poll(fds, n, -1) < 0) {
-      if (errno == EINTR) continue;
-      break;
-    }
-    for (int i = 0; i < n; ++i) {
-      if (!fds[i].revents) continue;
-      if (fds[i].fd == inFd) {
-        ssize_t written = write(inFd, input.data() + inputDone, input.size() - inputDone);
-        if (written > 0) inputDone += static_cast<std::size_t>(written);
-        if (written < 0 || inputDone == input.size()) {
-          close(inFd);
-          inFd = -1;
-        }
-        continue;
-      }
-      char buffer[4096];
-      ssize_t got = read(fds[i].fd, buffer, sizeof buffer);
-      if (got > 0) {
-        (fds[i].fd == outFd ? result->out : result->err).append(buffer, static_cast<std::size_t>(got));
-      } else {
-        close(fds[i].fd);
-        (fds[i].fd == outFd ? outFd : errFd) = -1;
-      }
-    }
-  }
-  if (inFd >= 0) close(inFd);
+std::string Slurp(std::FILE* file) {
+  std::string text;
+  std::rewind(file);
+  char buffer[4096];
+  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, file)) > 0;) text.append(buffer, got);
+  std::fclose(file);
+  return text;
 }
 
-// qemu-user reports a guest's fatal signal on the guest's standard error
-// ("qemu: uncaught target signal 6 (Aborted) - core dumped"); the program
-// under test did not write it, so it is dropped.
-void DropEmulatorReport(std::string* err) {
-  std::string const report = "qemu: uncaught target signal";
-  std::size_t at = err->find(report);
-  if (at == std::string::npos || (at > 0 && (*err)[at - 1] != '\n')) return;
-  std::size_t end = err->find('\n', at);
-  err->erase(at, end == std::string::npos ? std::string::npos : end + 1 - at);
+void Reap(pid_t pid, int* status) {
+  while (waitpid(pid, status, 0) < 0 && errno == EINTR) {
+  }
 }
 
-// Forks; the child gets the three pipes as its standard streams and runs
-// `child` (which must not return). The parent feeds `input`, collects the
-// output and reaps the child.
+// Forks; the child gets a pipe as standard input and temporary files as
+// standard output and error, and runs `child` (which must not return). A
+// second child feeds `input` to the pipe (ending by SIGPIPE when the first
+// exits without reading it all); the parent reaps both and reads the files.
 ChildResult Spawn(std::function<void()> const& child, std::string const& input) {
   ChildResult result;
-  int in[2], out[2], err[2];
-  if (pipe(in) != 0 || pipe(out) != 0 || pipe(err) != 0) return result;
-  std::signal(SIGPIPE, SIG_IGN);  // a child that exits before reading its input
+  std::FILE* out = std::tmpfile();
+  std::FILE* err = std::tmpfile();
+  int in[2];
+  if (!out || !err || pipe(in) != 0) return result;
   std::fflush(nullptr);
   pid_t const pid = fork();
   if (pid == 0) {
     dup2(in[0], STDIN_FILENO);
-    dup2(out[1], STDOUT_FILENO);
-    dup2(err[1], STDERR_FILENO);
-    for (int fd : {in[1], out[0], err[0]}) close(fd);
+    dup2(fileno(out), STDOUT_FILENO);
+    dup2(fileno(err), STDERR_FILENO);
+    close(in[1]);
     child();
   }
-  for (int fd : {in[0], out[1], err[1]}) close(fd);
-  if (pid < 0) {
-    for (int fd : {in[1], out[0], err[0]}) close(fd);
-    return result;
+  close(in[0]);
+  pid_t const feeder = pid < 0 ? -1 : fork();
+  if (feeder == 0) {
+    for (size_t done = 0; done < input.size();) {
+      ssize_t const n = write(in[1], input.data() + done, input.size() - done);
+      if (n <= 0) _exit(0);
+      done += static_cast<size_t>(n);
+    }
+    _exit(0);
   }
-  Collect(out[0], err[0], in[1], input, &result);
-  int status = 0;
-  while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-  }
-  result.exited = WIFEXITED(status);
+  close(in[1]);
+  int status = 0, fed = 0;
+  if (feeder > 0) Reap(feeder, &fed);
+  if (pid > 0) Reap(pid, &status);
+  result.exited = pid > 0 && WIFEXITED(status);
   if (result.exited) result.exitCode = WEXITSTATUS(status);
-  if (WIFSIGNALED(status)) result.signal = WTERMSIG(status);
-  if (!Emulator().empty()) DropEmulatorReport(&result.err);
+  if (pid > 0 && WIFSIGNALED(status)) result.signal = WTERMSIG(status);
+  result.out = Slurp(out);
+  result.err = Slurp(err);
+  // qemu-user reports a guest's fatal signal on the guest's standard error;
+  // the program under test did not write that line.
+  std::size_t const at = result.err.find("qemu: uncaught target signal");
+  if (!Emulator().empty() && at != std::string::npos && (at == 0 || result.err[at - 1] == '\n')) {
+    result.err.erase(at, result.err.find('\n', at) + 1 - at);
+  }
   return result;
-}
-
-// The program `path` names; resolves /proc/self/exe, which an emulator's own
-// exec would otherwise take as the emulator itself.
-std::string ProgramPath(std::string const& path) {
-  if (path != "/proc/self/exe") return path;
-  char buffer[4096];
-  ssize_t n = readlink(path.c_str(), buffer, sizeof buffer - 1);
-  return n > 0 ? std::string(buffer, static_cast<std::size_t>(n)) : path;
 }
 
 }  // namespace
@@ -136,7 +97,11 @@ ChildResult RunProgram(std::vector<std::string> const& argv, std::string const& 
   return Spawn([&] {
     for (std::string const& entry : environment) putenv(const_cast<char*>(entry.c_str()));
     std::vector<std::string> command = Emulator();
-    command.push_back(command.empty() ? argv[0] : ProgramPath(argv[0]));
+    std::string program = argv[0];
+    char resolved[4096];  // an emulator would take /proc/self/exe as itself
+    ssize_t const n = program == "/proc/self/exe" ? readlink(program.c_str(), resolved, 4095) : -1;
+    if (n > 0 && !command.empty()) program.assign(resolved, static_cast<size_t>(n));
+    command.push_back(program);
     command.insert(command.end(), argv.begin() + 1, argv.end());
     std::vector<char*> args;
     for (std::string const& arg : command) args.push_back(const_cast<char*>(arg.c_str()));
