@@ -1,121 +1,101 @@
-// Process-wide replacement of malloc, calloc and realloc that forwards to the
-// next definition (the C library's, or the sanitizer runtime's) and fails the
-// calls a test has chosen. Interposition works because the executable's
-// definitions come first in the dynamic linker's search order for every
-// module, libkr95Nbs.so included. Under AddressSanitizer these functions run
-// before the sanitizer is initialised, so this file is built uninstrumented
-// and calls no intercepted function on the bootstrap path.
+// Process-wide malloc, calloc and realloc that forward to the next definition
+// (the C library's, or the sanitizer runtime's) and fail the calls a test has
+// chosen. Interposition works because the executable's definitions come first
+// in the dynamic linker's search order for every module, libkr95Nbs.so
+// included. Under AddressSanitizer these run before the sanitizer is set up,
+// so this file is built uninstrumented and calls nothing intercepted while
+// the real functions are looked up.
 #include "failing_alloc.h"
 
 #include <dlfcn.h>
 
-#include <cstdint>
 #include <cstring>
 
 namespace {
 
-using MallocFunction = void* (*)(std::size_t);
-using CallocFunction = void* (*)(std::size_t, std::size_t);
-using ReallocFunction = void* (*)(void*, std::size_t);
-using FreeFunction = void (*)(void*);
+void* (*gRealMalloc)(std::size_t) = nullptr;
+void* (*gRealCalloc)(std::size_t, std::size_t) = nullptr;
+void* (*gRealRealloc)(void*, std::size_t) = nullptr;
+void (*gRealFree)(void*) = nullptr;
 
-MallocFunction gRealMalloc = nullptr;
-CallocFunction gRealCalloc = nullptr;
-ReallocFunction gRealRealloc = nullptr;
-FreeFunction gRealFree = nullptr;
-
-// dlsym may allocate while the real functions are being looked up; those few
-// early requests are served from here and never freed.
+// dlsym may allocate while the real functions are looked up; those few early
+// requests are served from here (zero, as calloc wants) and never freed.
 alignas(16) unsigned char gBootstrap[16384];
 std::size_t gBootstrapUsed = 0;
 bool gResolving = false;
 
-// Unsynchronised by design: tests arm and disarm from one thread.
-unsigned long gCalls = 0;
-unsigned long gFailFrom = 0;      // 0: not armed
-bool gFailOnlyOne = false;
-unsigned long gFailed = 0;
+unsigned long gCalls = 0, gFailFrom = 0, gFailed = 0;  // gFailFrom 0: not armed
+bool gFailOnlyOne = false, gSuspended = false;          // suspended: calls neither count nor fail
 std::size_t gLastFailedSize = 0;
-bool gSuspended = false;  // calls neither count nor fail
-long gLiveBlocks = 0;     // blocks handed out and not yet freed
+long gLiveBlocks = 0;
 
 bool IsBootstrap(void* p) {
-  auto* bytes = static_cast<unsigned char*>(p);
-  return bytes >= gBootstrap && bytes < gBootstrap + sizeof gBootstrap;
+  return p >= static_cast<void*>(gBootstrap) && p < static_cast<void*>(gBootstrap + sizeof gBootstrap);
 }
 
-void* BootstrapAllocate(std::size_t size) {
-  std::size_t rounded = (size + 15) & ~static_cast<std::size_t>(15);
+// True while the real functions are unknown; the caller serves `size` bytes
+// from the bootstrap area then.
+bool Unresolved() {
+  if (!gRealFree && !gResolving) {
+    gResolving = true;
+    gRealMalloc = reinterpret_cast<decltype(gRealMalloc)>(dlsym(RTLD_NEXT, "malloc"));
+    gRealCalloc = reinterpret_cast<decltype(gRealCalloc)>(dlsym(RTLD_NEXT, "calloc"));
+    gRealRealloc = reinterpret_cast<decltype(gRealRealloc)>(dlsym(RTLD_NEXT, "realloc"));
+    gRealFree = reinterpret_cast<decltype(gRealFree)>(dlsym(RTLD_NEXT, "free"));
+    gResolving = false;
+  }
+  return !gRealFree;
+}
+
+void* Bootstrap(std::size_t size) {
+  std::size_t const rounded = (size + 15) & ~static_cast<std::size_t>(15);
   if (gBootstrapUsed + rounded > sizeof gBootstrap) return nullptr;
-  void* p = gBootstrap + gBootstrapUsed;
   gBootstrapUsed += rounded;
-  return p;
-}
-
-void Resolve() {
-  if (gRealFree || gResolving) return;
-  gResolving = true;
-  gRealMalloc = reinterpret_cast<MallocFunction>(dlsym(RTLD_NEXT, "malloc"));
-  gRealCalloc = reinterpret_cast<CallocFunction>(dlsym(RTLD_NEXT, "calloc"));
-  gRealRealloc = reinterpret_cast<ReallocFunction>(dlsym(RTLD_NEXT, "realloc"));
-  gRealFree = reinterpret_cast<FreeFunction>(dlsym(RTLD_NEXT, "free"));
-  gResolving = false;
+  return gBootstrap + gBootstrapUsed - rounded;
 }
 
 // Counts the call and tells whether it is to fail.
 bool ShouldFail(std::size_t size) {
   if (gSuspended) return false;
   ++gCalls;
-  if (gFailFrom == 0 || gCalls < gFailFrom) return false;
-  if (gFailOnlyOne && gCalls != gFailFrom) return false;
+  if (gFailFrom == 0 || gCalls < gFailFrom || (gFailOnlyOne && gCalls != gFailFrom)) return false;
   ++gFailed;
   gLastFailedSize = size;
   return true;
 }
+
+void* Counted(void* block) { return block ? (++gLiveBlocks, block) : block; }
 
 }  // namespace
 
 extern "C" {
 
 void* malloc(std::size_t size) {
-  Resolve();
-  if (!gRealMalloc) return BootstrapAllocate(size);
-  if (ShouldFail(size)) return nullptr;
-  void* block = gRealMalloc(size);
-  if (block) ++gLiveBlocks;
-  return block;
+  if (Unresolved()) return Bootstrap(size);
+  return ShouldFail(size) ? nullptr : Counted(gRealMalloc(size));
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-  Resolve();
-  if (!gRealCalloc) {
-    // Fresh bootstrap memory is still zero (static storage, never reused).
-    return BootstrapAllocate(count * size);
-  }
-  if (ShouldFail(count * size)) return nullptr;
-  void* block = gRealCalloc(count, size);
-  if (block) ++gLiveBlocks;
-  return block;
+  if (Unresolved()) return Bootstrap(count * size);
+  return ShouldFail(count * size) ? nullptr : Counted(gRealCalloc(count, size));
 }
 
 void* realloc(void* block, std::size_t size) {
-  Resolve();
-  if (block && IsBootstrap(block)) {  // never happens after start-up
+  if (Unresolved() || IsBootstrap(block)) {  // neither happens after start-up
     void* moved = malloc(size);
-    std::size_t room = gBootstrap + sizeof gBootstrap - static_cast<unsigned char*>(block);
-    if (moved) std::memcpy(moved, block, size < room ? size : room);
+    std::size_t const room = gBootstrap + sizeof gBootstrap - static_cast<unsigned char*>(block);
+    if (moved && block) std::memcpy(moved, block, size < room ? size : room);
     return moved;
   }
   if (size != 0 && ShouldFail(size)) return nullptr;
   void* moved = gRealRealloc(block, size);
-  if (!block && moved) ++gLiveBlocks;  // realloc(null, n) allocates
+  if (!block && moved) ++gLiveBlocks;               // realloc(null, n) allocates
   if (block && size == 0 && !moved) --gLiveBlocks;  // realloc(p, 0) frees
   return moved;
 }
 
 void free(void* block) {
-  if (!block || IsBootstrap(block)) return;
-  Resolve();
+  if (!block || IsBootstrap(block) || Unresolved()) return;
   --gLiveBlocks;
   gRealFree(block);
 }
@@ -128,15 +108,12 @@ void FailNthAllocation(unsigned long n) {
   FailAllocationsFrom(n);
   gFailOnlyOne = true;
 }
-
 void FailAllocationsFrom(unsigned long n) {
   gCalls = gFailed = 0;
   gFailFrom = n;
   gFailOnlyOne = false;
 }
-
 void StopFailingAllocations() { gFailFrom = 0; }
-
 unsigned long AllocationCalls() { return gCalls; }
 unsigned long FailedAllocations() { return gFailed; }
 std::size_t LastFailedSize() { return gLastFailedSize; }

@@ -1,6 +1,6 @@
-// A low-memory handler for tests that records the sizes it is called with
-// (into a fixed array: it must not allocate while allocations fail) and gives
-// a chosen answer; installed for the object's lifetime.
+// A low-memory handler, installed for the object's lifetime, that records the
+// sizes it is called with (in a fixed array: it must not allocate while
+// allocations fail) and gives a chosen answer.
 #ifndef KR_TESTS_SUPPORT_RECORDING_HANDLER_H_
 #define KR_TESTS_SUPPORT_RECORDING_HANDLER_H_
 
@@ -8,26 +8,19 @@
 
 namespace kr_test {
 
-class RecordingHandler {
- public:
-  explicit RecordingHandler(int answer = 0) : previous_(mmKrSetHandler(&Record)) {
+struct RecordingHandler {
+  explicit RecordingHandler(int answer = 0) : previous(mmKrSetHandler(&Record)) {
     calls = 0;
     answer_ = answer;
   }
-  ~RecordingHandler() { mmKrSetHandler(previous_); }
-
+  ~RecordingHandler() { mmKrSetHandler(previous); }
   static int Record(unsigned long size) {
     if (calls < 8) sizes[calls] = size;
-    ++calls;
-    return answer_;
+    return ++calls, answer_;
   }
-
-  static inline int calls = 0;
+  static inline int calls = 0, answer_ = 0;
   static inline unsigned long sizes[8] = {};
-
- private:
-  static inline int answer_ = 0;
-  KrMemoryHandler previous_;
+  KrMemoryHandler const previous;
 };
 
 }  // namespace kr_test

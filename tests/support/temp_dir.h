@@ -1,5 +1,5 @@
-// A private directory for the files a test writes (or hands to krinfo), removed
-// with them when the test ends.
+// A private directory for the files a test writes (or hands to krinfo),
+// removed with them when the test ends.
 #ifndef KR_TESTS_SUPPORT_TEMP_DIR_H_
 #define KR_TESTS_SUPPORT_TEMP_DIR_H_
 
@@ -12,29 +12,25 @@
 
 namespace kr_test {
 
-class TempDir {
- public:
+struct TempDir {
   TempDir() {
     char pattern[] = "/tmp/kr_test_XXXXXX";
     if (mkdtemp(pattern)) path_ = pattern;
   }
   ~TempDir() { (void)!system(("rm -rf '" + path_ + "'").c_str()); }
-
   std::string const& path() const { return path_; }
   std::string Name(std::string const& name) const { return path_ + "/" + name; }
-  // Writes a file of `bytes` and returns its path.
+  // Writes a file of `bytes`; returns its path.
   std::string Make(std::string const& name, std::string const& bytes) const {
     std::ofstream(Name(name), std::ios::binary) << bytes;
     return Name(name);
   }
-
- private:
   std::string path_;
 };
 
 inline std::string ReadFile(std::string const& path) {
   std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 }  // namespace kr_test
