@@ -1,10 +1,9 @@
-// Realistic sequences of operations on every structure that allocates, run
-// once for each k = 1, 2, ... with the k-th allocation failing, and once with
-// every allocation from the k-th on failing, until a run no longer reaches
-// its k-th allocation. Every failure must give the documented result and
-// leave the structure as documented (checked against a model), and no run
-// may leak a block. Each run also checks the failing allocator itself: it
-// failed exactly the chosen calls, the library's included.
+// Realistic sequences of operations on every structure that allocates, run for
+// k = 1, 2, ... with the k-th allocation failing, and with every allocation from
+// the k-th on failing, until a run no longer reaches its k-th allocation. Each
+// failure must give the documented result and leave the structure as a model
+// says; no run may leak a block, and the allocator must have failed exactly
+// the calls chosen, the library's included.
 #include <kr/arrays.h>
 #include <kr/containers.h>
 #include <kr/diag.h>
@@ -13,8 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,8 +28,8 @@ using kr_test::Uncounted;
 constexpr int kArrayNoMemory = -501;
 constexpr int kNoMemory = -2030;
 
-// The sweep. `sequence` runs the operations and checks each result. Returns
-// the number of allocations the sequence makes when none fails.
+// `sequence` runs the operations and checks each result. Returns the number of
+// allocations it makes when none fails.
 template <typename Sequence>
 unsigned long Sweep(Sequence sequence) {
   kr_test::RecordingHandler handler;  // the default handler would end the process
@@ -58,9 +57,8 @@ unsigned long Sweep(Sequence sequence) {
   }
 }
 
-// Builds an object with its constructor's allocations uncounted: constructors
-// that allocate report a failure by throwing, as any C++ object, and are not
-// what the sweep is about.
+// An object built with its constructor's allocations uncounted: a constructor
+// reports a failure by throwing, as any C++ object's, which is not swept here.
 template <typename T, typename... Arguments>
 std::unique_ptr<T> Make(Arguments... arguments) {
   Uncounted uncounted;
@@ -68,7 +66,7 @@ std::unique_ptr<T> Make(Arguments... arguments) {
 }
 
 template <typename Container>
-void Reserve(Container& container, size_t n) {
+void Reserve(Container& container, size_t n) {  // a model that grows unseen
   Uncounted uncounted;
   container.reserve(n);
 }
