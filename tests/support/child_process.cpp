@@ -91,6 +91,27 @@ ChildResult RunInChild(std::function<int()> const& body) {
   }, "");
 }
 
+namespace {
+
+[[noreturn]] void Exec(std::vector<std::string> const& command) {
+  std::vector<char*> args;
+  for (std::string const& arg : command) args.push_back(const_cast<char*>(arg.c_str()));
+  args.push_back(nullptr);
+  execv(args[0], args.data());
+  std::fprintf(stderr, "cannot run %s: %s\n", args[0], std::strerror(errno));
+  _exit(127);
+}
+
+}  // namespace
+
+ChildResult RunInShell(std::string const& script, std::vector<std::string> const& argv,
+                       std::string const& input) {
+  std::vector<std::string> command = {"/bin/sh", "-c", script, "sh"};
+  for (std::string const& word : Emulator()) command.push_back(word);
+  command.insert(command.end(), argv.begin(), argv.end());
+  return Spawn([&command] { Exec(command); }, input);
+}
+
 ChildResult RunProgram(std::vector<std::string> const& argv, std::string const& input,
                        std::vector<std::string> const& environment) {
   if (argv.empty()) return ChildResult();
@@ -103,12 +124,7 @@ ChildResult RunProgram(std::vector<std::string> const& argv, std::string const& 
     if (n > 0 && !command.empty()) program.assign(resolved, static_cast<size_t>(n));
     command.push_back(program);
     command.insert(command.end(), argv.begin() + 1, argv.end());
-    std::vector<char*> args;
-    for (std::string const& arg : command) args.push_back(const_cast<char*>(arg.c_str()));
-    args.push_back(nullptr);
-    execv(args[0], args.data());
-    std::fprintf(stderr, "cannot run %s: %s\n", args[0], std::strerror(errno));
-    _exit(127);
+    Exec(command);
   }, input);
 }
 

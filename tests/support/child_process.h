@@ -24,16 +24,16 @@ ChildResult RunInChild(std::function<int()> const& body);
 ChildResult RunProgram(std::vector<std::string> const& argv, std::string const& input = "",
                        std::vector<std::string> const& environment = {});
 
+// Runs `/bin/sh -c script` with the positional parameters set to the
+// emulator's words (if any) followed by argv, so that a script ending in
+// `exec "$@"` starts this build's program the way RunProgram would.
+ChildResult RunInShell(std::string const& script, std::vector<std::string> const& argv,
+                       std::string const& input = "");
+
 // The command (in words) that runs this build's programs where the kernel
 // cannot, as qemu-i386 for the i386 build; empty when they run natively.
 std::vector<std::string> Emulator();
 
 }  // namespace kr_test
-
-// Skips a test whose checks cannot hold under an emulator (limits, signals).
-#define KR_SKIP_UNDER_EMULATOR(why)                                              \
-  do {                                                                           \
-    if (!kr_test::Emulator().empty()) GTEST_SKIP() << "under an emulator: " << why; \
-  } while (0)
 
 #endif  // KR_TESTS_SUPPORT_CHILD_PROCESS_H_
