@@ -202,20 +202,13 @@ void KrRBTree::_AppendBalance(KrRBTreeNode* x) {
     p->SetBlack();
     g->SetRed();
     Replace(*this, (gSlot - 1)->node, g, p);
-    // g leaves the spine: the slots above it move down by one. Mostly they
-    // are two or three (spelled out: a loop here becomes a call to memmove).
-    switch (spine_.top - gSlot) {
-      case 3:
-        gSlot[0] = gSlot[1];
-        gSlot[1] = gSlot[2];
-        gSlot[2] = gSlot[3];
-        break;
-      case 2:
-        gSlot[0] = gSlot[1];
-        gSlot[1] = gSlot[2];
-        break;
-      default:
-        for (KrRBTreeNodeStackEntry* at = gSlot; at < spine_.top; ++at) *at = at[1];
+    // g leaves the spine: the slots above it move down by one. They are two,
+    // or two more for each red uncle met on the way up, so always an even
+    // number. (Copied in pairs: a plain loop here becomes a call to memmove,
+    // which costs more than the few copies.)
+    for (KrRBTreeNodeStackEntry* at = gSlot; at < spine_.top; at += 2) {
+      at[0] = at[1];
+      at[1] = at[2];
     }
     --spine_.top;
     break;
