@@ -40,6 +40,11 @@ bool Crc32WideAvailable();
 // Crc32Sliced. Requires: Crc32WideAvailable().
 uint32_t Crc32FoldedWide(uint32_t reg, unsigned char const* data, size_t length);
 constexpr size_t kCrc32WideMinimum = 256;
+// How far ahead Crc32FoldedWide asks for the data it will fold, while the
+// data reach that far. Data that are not in the cache then arrive faster
+// than the processor's own prefetcher brings them (on 16 MiB: from 7 % below
+// the speed of a plain read to that speed); data in the cache do not notice.
+constexpr size_t kCrc32WidePrefetchDistance = 4096;
 
 // The fastest of the above that this processor runs.
 uint32_t Crc32Update(uint32_t reg, unsigned char const* data, size_t length);

@@ -64,6 +64,8 @@ TEST(CalcCheckSum, EveryKernelAgreesWithZlib) {
   for (auto& byte : data) byte = static_cast<unsigned char>(random());
   expectZlib(data.data() + 3, data.size() - 64);
   for (int i = 0; i < 50; ++i) expectZlib(data.data() + random() % 64, random() % 70000);
+  for (size_t length = 0; length < 600; ++length)  // where the wide kernel stops prefetching
+    expectZlib(data.data() + length % 7, kCrc32WidePrefetchDistance + length);
   unsigned long const whole = CalcCheckSum(data.data(), 4096, nullptr);  // chained at every split
   for (size_t split = 0; split <= 4096; ++split) {
     unsigned long head = CalcCheckSum(data.data(), split, nullptr);
