@@ -47,7 +47,7 @@ rm -rf "$scratch/tree"
 mkdir -p "$scratch/tree"
 tar -c --exclude='./build*' --exclude=./.git . | tar -x -C "$scratch/tree"
 cmake -S "$scratch/tree" -B "$scratch/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-      -DKR_BUILD_BENCH=OFF >/dev/null || exit 1
+      -DKR_BUILD_BENCH=OFF -DKR_REPLAY_TIMEOUT=120 >/dev/null || exit 1
 cmake --build "$scratch/build" -j "$(nproc)" >/dev/null || exit 1
 
 # The test labels that watch a file.
