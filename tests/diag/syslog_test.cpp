@@ -2,7 +2,6 @@
 // a real system logger (a private rsyslogd on /dev/log) receives them.
 #include <kr/diag.h>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -12,7 +11,6 @@
 
 #include <chrono>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,22 +36,21 @@ TEST(SysLog, FormatsCutsAndForwardsAndTheSharedSwitchKeepsTheLoggerClosed) {
   formats.LogPermanent(KrSysLogWarning, "%s %d", "disk", 3);
   formats.LogPermanent(KrSysLogError, "%s", std::string(1024, 'a').c_str());
   EXPECT_EQ(formats.log, "3,6,disk 3|4,1023," + std::string(1023, 'a') + "|");
-  EXPECT_EQ(RunInChild([] {
-              RecordingLog log;
-              KrSysLogPosix* process = ProcessLog();
-              if (process != KrSystemLog() || process->opened != 0) return 1;
-              if (log.AllowLogging(0) != 1) return 2;  // on at load
-              log.LogPermanent(KrSysLogError, "dropped");
-              process->LogPermanent(KrSysLogError, "x");
-              process->_LogPermanent(KrSysLogError, 1, "x");
-              process->Init("name");
-              process->SetApplicationName("name");
-              if (!log.log.empty() || process->opened != 0) return 3;
-              if (process->AllowLogging(5) != 0 || log.AllowLogging(1) != 5) return 4;  // as given
-              process->SetApplicationName("name");
-              return process->opened == 1 ? 0 : 5;
-            }).exitCode,
-            0);
+  auto const child = RunInChild([] {
+    RecordingLog log;
+    KrSysLogPosix* process = ProcessLog();
+    if (process->opened != 0 || log.AllowLogging(0) != 1) return 1;  // closed, on at load
+    log.LogPermanent(KrSysLogError, "dropped");
+    process->LogPermanent(KrSysLogError, "x");
+    process->_LogPermanent(KrSysLogError, 1, "x");
+    process->Init("name");
+    process->SetApplicationName("name");
+    if (!log.log.empty() || process->opened != 0) return 2;
+    if (process->AllowLogging(5) != 0 || log.AllowLogging(1) != 5) return 3;  // as given
+    process->SetApplicationName("name");
+    return process->opened == 1 ? 0 : 4;
+  });
+  EXPECT_EQ(child.exitCode, 0);
 }
 
 constexpr char kDevLog[] = "/dev/log";
@@ -64,8 +61,8 @@ bool SocketAnswers() {
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
   std::strcpy(address.sun_path, kDevLog);
-  bool answers = fd >= 0 && connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-  if (fd >= 0) close(fd);
+  bool answers = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+  close(fd);
   return answers;
 }
 
@@ -75,9 +72,9 @@ struct RsyslogDaemon {
   kr_test::TempDir dir;
   pid_t pid = -1;
 
-  // Empty when the daemon serves /dev/log, else why it does not.
-  std::string Start(std::string const& binary) {
-    std::string out = dir.Name("out"), pidFile = dir.Name("pid"), config = dir.Make(
+  // Whether the daemon serves /dev/log (its own messages go to standard error).
+  bool Start(char const* binary) {
+    std::string pidFile = dir.Name("pid"), config = dir.Make(
         "rsyslog.conf", "global(workDirectory=\"" + dir.path() +
                             "\" parser.escapeControlCharactersOnReceive=\"off\")\n"
                             "module(load=\"imuxsock\" SysSock.Name=\"" + kDevLog +
@@ -86,19 +83,16 @@ struct RsyslogDaemon {
                             "\\n\")\nuser.* action(type=\"omfile\" file=\"" +
                             dir.Name("user.log") + "\" template=\"raw\")\n");
     if ((pid = fork()) == 0) {
-      int fd = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-      dup2(fd, STDOUT_FILENO);
-      dup2(fd, STDERR_FILENO);
-      execl(binary.c_str(), binary.c_str(), "-n", "-f", config.c_str(), "-i", pidFile.c_str(),
+      execl(binary, binary, "-n", "-f", config.c_str(), "-i", pidFile.c_str(),
             static_cast<char*>(nullptr));
       _exit(127);
     }
     for (int i = 0; pid > 0 && i < 200; ++i) {
-      if (SocketAnswers()) return "";
+      if (SocketAnswers()) return true;
       if (waitpid(pid, nullptr, WNOHANG) == pid && (pid = -1)) break;
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
-    return "rsyslogd does not serve /dev/log: " + kr_test::ReadFile(out);
+    return false;
   }
   ~RsyslogDaemon() {
     if (pid > 0 && kill(pid, SIGTERM) == 0) waitpid(pid, nullptr, 0);
@@ -126,55 +120,49 @@ struct RsyslogDaemon {
 };
 
 TEST(SysLogDaemon, EntriesCarryIdentPriorityTextAndVersionLine) {
-  std::string binary;
-  for (char const* path : {"/usr/sbin/rsyslogd", "/sbin/rsyslogd"}) {
-    if (binary.empty() && access(path, X_OK) == 0) binary = path;
-  }
+  char const* const binary = "/usr/sbin/rsyslogd";
   if (geteuid() != 0) GTEST_SKIP() << "needs root to serve /dev/log with a private rsyslogd";
   if (SocketAnswers()) GTEST_SKIP() << "/dev/log is taken by another system logger";
-  if (binary.empty()) GTEST_SKIP() << "rsyslogd is not installed (scripts/deps.sh installs it)";
+  if (access(binary, X_OK) != 0) GTEST_SKIP() << "rsyslogd is missing (scripts/deps.sh has it)";
   RsyslogDaemon daemon;
-  ASSERT_EQ(daemon.Start(binary), "");
-  std::string const marker = "krtest-" + std::to_string(getpid()), version = "\n(Norvane 9.5.23.262.0)";
-  std::string const ident = " Norvane Runtime System[";
-  int const levels[] = {1, 2, 3, 4, 0, 5, -1, 10};
-  int const priorities[] = {6, 5, 4, 3, 5, 5, 5, 5};  // facility user (8) added below
+  ASSERT_TRUE(daemon.Start(binary)) << "rsyslogd does not serve /dev/log";
+  std::string const marker = "krtest-" + std::to_string(getpid());
+  std::string const version = "\n(Norvane 9.5.23.262.0)", cut(1500, 'y');
+  // Levels and the priorities they are logged with (facility user, 8, added).
+  int const levels[][2] = {{1, 6}, {2, 5}, {3, 4}, {4, 3}, {0, 5}, {5, 5}, {-1, 5}, {10, 5}};
   kr_test::ChildResult child = RunInChild([&] {
-    for (int level : levels) {
-      KrSystemLog()->LogPermanent(static_cast<KrSysLogLevel>(level), "%s level %d", marker.c_str(),
-                                  level);
+    for (auto const& level : levels) {
+      KrSystemLog()->LogPermanent(static_cast<KrSysLogLevel>(level[0]), "%s level %d",
+                                  marker.c_str(), level[0]);
     }
-    KrSystemLog()->LogPermanent(KrSysLogError, "%s %s", marker.c_str(),
-                                std::string(1500, 'y').c_str());  // cut at 1023 characters
+    KrSystemLog()->LogPermanent(KrSysLogError, "%s %s", marker.c_str(), cut.c_str());
     if (ProcessLog()->opened != 1) return 1;  // opened by the first entry
-    // The name is copied, and fixed once the log is open; the switch drops entries.
-    KrSystemLog()->AllowLogging(0);
+    KrSystemLog()->AllowLogging(0);  // the switch drops entries
     KrSystemLog()->LogPermanent(KrSysLogError, "%s dropped", marker.c_str());
     KrSystemLog()->AllowLogging(1);
-    std::printf("%d", static_cast<int>(getpid()));
+    std::printf("%d", getpid());
     return 0;
   });
-  ASSERT_EQ(child.exitCode, 0);
-  std::string const pid = child.out;
+  // The name is copied, and fixed once the log is open.
   kr_test::ChildResult named = RunInChild([&] {
     std::string name = "krtest-application";
     KrSystemLog()->SetApplicationName(name.c_str());
-    name.assign(name.size(), '#');  // the caller's text changes
+    name.assign(name.size(), '#');
     KrSystemLog()->LogPermanent(KrSysLogInformational, "%s-named first", marker.c_str());
     KrSystemLog()->SetApplicationName("later-name");
     ProcessLog()->Init(nullptr);
     ProcessLog()->_LogPermanent(KrSysLogWarning, 0, (marker + "-named second").c_str());
-    std::printf("%d", static_cast<int>(getpid()));
+    std::printf("%d", getpid());
     return 0;
   });
-  ASSERT_EQ(named.exitCode, 0);
+  ASSERT_TRUE(child.exitCode == 0 && named.exitCode == 0);
+  std::string const ident = " Norvane Runtime System[" + child.out + "]: " + marker;
   std::vector<std::string> expected;
-  for (int i = 0; i < 8; ++i) {
-    expected.push_back(std::to_string(8 + priorities[i]) + ident + pid + "]: " + marker +
-                       " level " + std::to_string(levels[i]) + version);
+  for (auto const& level : levels) {
+    expected.push_back(std::to_string(8 + level[1]) + ident + " level " +
+                       std::to_string(level[0]) + version);
   }
-  expected.push_back(std::to_string(8 + 3) + ident + pid + "]: " +
-                     (marker + " " + std::string(1500, 'y')).substr(0, 1023) + version);
+  expected.push_back("11" + ident + (" " + cut).substr(0, 1023 - marker.size()) + version);
   std::string const app = " krtest-application[" + named.out + "]: " + marker;
   expected.push_back("14" + app + "-named first" + version);
   expected.push_back("12" + app + "-named second" + version);
