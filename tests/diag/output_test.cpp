@@ -1,5 +1,6 @@
 // Output front ends (server console, stdio stream, message boxes), the text
-// class they write, the statistics counters and the platform stubs.
+// class they write, the service flag, the statistics counters and the
+// platform stubs.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
@@ -115,7 +116,11 @@ TEST(MessageBox, FormatsCutsAndObeysTheSharedSwitchUnlessForced) {
     if (dummy->Box("t", 0, "x") != 0x80000000 || dummy->_Box("t", 0, "x") != 0x80000000) return 5;
     if (dummy->AllowMessageBoxes(1) != -1) return 6;
     // One switch for all boxes, stored as 0 or 1.
-    return other.AllowMessageBoxes(5) == 0 && box.AllowMessageBoxes(1) == 1 ? 0 : 7;
+    if (other.AllowMessageBoxes(5) != 0 || box.AllowMessageBoxes(1) != 1) return 7;
+    // The service flag, process-wide like the switch, only goes from 0 to 1.
+    if (KIRO_Service_hasStopped() != 0) return 8;
+    StopKIRO_Service();
+    return KIRO_Service_hasStopped() == 1 ? 0 : 9;
   });
   EXPECT_EQ(child.exitCode, 0);
 }

@@ -1,5 +1,6 @@
 // Result texts: the fixed table and its fallbacks, login texts, buffers and the
-// module error callback (line formats of any code are replayed by texts_fuzz).
+// module error callback; absolute paths. Line formats of any code and the
+// normal form of any path are replayed by the texts fuzz target.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
@@ -115,11 +116,24 @@ TEST(ModuleErrorCallback, OneRegistrationServesItsOpenRangeFirst) {
   // The range is free again; the callback comes before table and count, not
   // before the query-language referral or code 0.
   ASSERT_EQ(list->SetModuleErrorCallback(ModuleTexts, 3100, -3200), 0);
-  EXPECT_EQ(Text(-2008) + "|" + Text(5), "module text|module text");
-  EXPECT_EQ(Text(-3099), kReferral);
-  EXPECT_EQ(Text(3001), kReferral);
-  EXPECT_STREQ(KrError(nullptr, nullptr, 0, 1), "ok");
+  EXPECT_EQ(Text(-2008) + "|" + Text(5) + "|" + Text(-3099) + "|" + Text(3001) + "|" + Text(0),
+            "module text|module text|" + kReferral + "|" + kReferral + "|ok");
   EXPECT_EQ(list->SetModuleErrorCallback(nullptr, 3100, -3200), 0);
+}
+
+// What the texts fuzz target's model of zvmabspath does not reach: a size
+// without room, a null input, and one buffer as input and output.
+TEST(Path, SizesWithoutRoomNullInputAndOneBuffer) {
+  EXPECT_FALSE(zvmIsAbsolutePath(nullptr));
+  char in[] = "/abc", out[8] = "x";
+  EXPECT_EQ(zvmabspath(in, out, 0), nullptr);
+  EXPECT_EQ(zvmabspath(in, out, -1), nullptr);
+  EXPECT_STREQ(out, "x");  // not even emptied
+  EXPECT_EQ(zvmabspath(nullptr, out, sizeof out), nullptr);
+  EXPECT_STREQ(out, "");
+  char buffer[64] = "/a/./b/../c//d";
+  EXPECT_EQ(zvmabspath(buffer, buffer, sizeof buffer), buffer);
+  EXPECT_STREQ(buffer, "/a/c/d");
 }
 
 }  // namespace
