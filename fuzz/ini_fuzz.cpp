@@ -42,9 +42,8 @@ struct Value {
 };
 
 std::string Blanks(FuzzInput& in) {
-  static char const blanks[] = {' ', '\t', '\r'};
   std::string text;
-  for (unsigned n = in.Pick(3); n > 0; --n) text += blanks[in.Pick(3)];
+  for (unsigned n = in.Pick(3); n > 0; --n) text += " \t\r"[in.Pick(3)];
   return text;
 }
 
@@ -71,9 +70,8 @@ Value MakeValue(FuzzInput& in) {
 // Writes a value so that it reads back as itself: quoted when blanks at its
 // ends or quotes around it would otherwise be lost.
 std::string Written(FuzzInput& in, std::string const& text) {
-  bool const needsQuotes =
-      !text.empty() && (text.front() == ' ' || text.back() == ' ' ||
-                        (text.size() >= 2 && text.front() == '"' && text.back() == '"'));
+  bool const quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
+  bool const needsQuotes = !text.empty() && (text.front() == ' ' || text.back() == ' ' || quoted);
   return needsQuotes || in.Coin() ? "\"" + text + "\"" : text;
 }
 
@@ -113,15 +111,15 @@ void Generated(FuzzInput& in) {
   KrIniConfig config;
   KR_FUZZ_CHECK(config.ReadText(text.c_str()) == 0);
   for (unsigned s = 0; s < 5; ++s) {
-    char const** const path = kPaths[s];
     for (char const* key : kKeys) {
+      char const** const path = kPaths[s];
       auto found = expected.find({s, key});
       char storage[1024] = "untouched";
       char* buffer = storage;
       int const rc = config.GetText(key, buffer, path);
       bool const present = found != expected.end();
-      KR_FUZZ_CHECK(rc == (present ? 0 : kMissing));
-      KR_FUZZ_CHECK(storage == (present ? found->second.text : "untouched"));
+      KR_FUZZ_CHECK(rc == (present ? 0 : kMissing) &&
+                    storage == (present ? found->second.text : "untouched"));
       if (!present) continue;
       Value const& value = found->second;
       short flag = -7;

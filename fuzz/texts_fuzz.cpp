@@ -2,14 +2,16 @@
 // they need (heap blocks, so that one byte more is caught):
 //  - KrError and KrLoginError of any code with any context give the line
 //    "<context> : <code> -> <text>" (or "<context> : ok"), the text being
-//    what text-only mode returns for the code;
+//    what text-only mode returns for the code without touching the buffer;
 //  - zvmabspath of any path gives the lexical normal form of the current
-//    directory joined with it, fits a buffer of its length plus one, and
-//    refuses (with an empty buffer) one byte less.
+//    directory joined with it, also in place, fits a buffer of its length
+//    plus one, refuses (with an empty buffer) one byte less and leaves a
+//    buffer of no size alone.
 #include <kr/diag.h>
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -28,7 +30,9 @@ void CheckLine(Formatter format, bool login, std::string const& context, int cod
   std::string text = format(nullptr, nullptr, code, 1);
   std::string expected = contextArg ? context + " : " + std::to_string(code) + " -> " + text : text;
   if (code == 0 && !login) expected = contextArg ? context + " : ok" : "0";
-  std::vector<char> block(expected.size() + 1);
+  std::vector<char> block(expected.size() + 1, 'Z');  // text-only mode leaves it alone
+  KR_FUZZ_CHECK(format(block.data(), contextArg, code, 1) == text);
+  KR_FUZZ_CHECK(std::string(block.begin(), block.end()) == std::string(block.size(), 'Z'));
   char* line = format(block.data(), contextArg, code, 0);
   KR_FUZZ_CHECK(line == block.data() && expected == line);
 }
@@ -57,8 +61,17 @@ void CheckPath(std::string path) {
   std::vector<char> exact(expected.size() + 1), shorter(expected.size(), 'x');
   KR_FUZZ_CHECK(zvmabspath(&path[0], exact.data(), size) == exact.data());
   KR_FUZZ_CHECK(expected == exact.data());
+  KR_FUZZ_CHECK(zvmabspath(nullptr, exact.data(), size) == nullptr && exact[0] == '\0');
+  for (int none : {0, -size}) {  // no room at all: not even emptied
+    KR_FUZZ_CHECK(zvmabspath(&path[0], shorter.data(), none) == nullptr && shorter[0] == 'x');
+  }
   KR_FUZZ_CHECK(zvmabspath(&path[0], shorter.data(), size - 1) == nullptr && shorter[0] == '\0');
+  // Input and output may be one buffer.
+  std::string both = path;
+  both.resize(std::max(path.size(), expected.size()) + 1);
+  KR_FUZZ_CHECK(zvmabspath(&both[0], &both[0], size) == &both[0] && expected == both.c_str());
   KR_FUZZ_CHECK((zvmIsAbsolutePath(path.c_str()) != 0) == (path[0] == '/'));
+  KR_FUZZ_CHECK(!zvmIsAbsolutePath(nullptr));
 }
 
 }  // namespace
