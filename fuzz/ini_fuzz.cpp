@@ -24,13 +24,10 @@ constexpr int kMissing = -1;
 constexpr int kSyntaxError = -2754;
 constexpr int kWrongType = -2752;
 
-// The sections: global, "debug", "servers/krserver", "a/b/c" and "test".
-char const* kGlobal[] = {nullptr};
-char const* kDebug[] = {"debug", nullptr};
-char const* kServers[] = {"servers", "krserver", nullptr};
-char const* kAbc[] = {"a", "b", "c", nullptr};
-char const* kTest[] = {"test", nullptr};
-char const** const kPaths[] = {kGlobal, kDebug, kServers, kAbc, kTest};
+// The sections as the getters' paths: global, "debug", "servers/krserver",
+// "a/b/c" and "test".
+char const* kPaths[][4] = {{nullptr}, {"debug", nullptr}, {"servers", "krserver", nullptr},
+                           {"a", "b", "c", nullptr}, {"test", nullptr}};
 // Two keys differ only in case: they are distinct keys.
 char const* const kKeys[] = {"assertMode", "loadModule", "AssertMode", "x y", "defaultModulePath"};
 
@@ -145,7 +142,7 @@ void Raw(FuzzInput& in) {
   // A read replaces the whole content, also when it fails.
   char storage[1024];
   char* buffer = storage;
-  bool const kept = config.GetText("assertMode", buffer, kDebug) == 0;
+  bool const kept = config.GetText("assertMode", buffer, kPaths[1]) == 0;
   KR_FUZZ_CHECK(!kept || (rc == 0 && text.find("assertMode") != std::string::npos));
 }
 

@@ -42,11 +42,8 @@ std::string Normal(std::string const& directory, std::string const& path) {
   std::istringstream whole(path.size() && path[0] == '/' ? path : directory + "/" + path);
   std::vector<std::string> parts;
   for (std::string part; std::getline(whole, part, '/');) {
-    if (part == "..") {
-      if (!parts.empty()) parts.pop_back();
-    } else if (!part.empty() && part != ".") {
-      parts.push_back(part);
-    }
+    if (part == ".." && !parts.empty()) parts.pop_back();
+    if (part != ".." && part != "." && !part.empty()) parts.push_back(part);
   }
   std::string normal;
   for (std::string const& part : parts) normal += "/" + part;
@@ -83,9 +80,8 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   // Codes near the table's ranges most of the time, any int now and then.
   int const near = static_cast<int>(in.Pick(20000)) - 8000;
   int const chosen = in.Pick(4) == 0 ? code : near;
-  std::vector<unsigned char> const contextBytes = in.Bytes(in.Pick(40));
   std::string context;
-  for (unsigned char c : contextBytes) context += static_cast<char>(' ' + c % 95);
+  for (unsigned char c : in.Bytes(in.Pick(40))) context += static_cast<char>(' ' + c % 95);
   CheckLine(KrError, false, context, chosen);
   CheckLine(KrLoginError, true, context, chosen);
   std::string path;

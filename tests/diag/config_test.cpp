@@ -40,9 +40,7 @@ std::string Get(KrIniConfig& config, char const* key, char const** path = kTest)
 }
 
 TEST(IniConfig, TypedValuesAndNullArguments) {
-  struct {
-    char const *text, *asBool, *asInt;
-  } const cases[] = {
+  char const* const cases[][3] = {  // the text, then what GetBool and GetInt make of it
       {"True", "0 1", "-2752 4711"}, {"nO", "0 0", "-2752 4711"}, {"2", "-2752 99", "0 2"},
       {"0x1f", "-2752 99", "0 31"}, {"-0XaF", "-2752 99", "0 -175"}, {"", "-2752 99", "-2752 4711"},
       {"-2147483648", "-2752 99", "0 -2147483648"}, {"2147483648", "-2752 99", "-2752 4711"},
@@ -50,8 +48,8 @@ TEST(IniConfig, TypedValuesAndNullArguments) {
       {"0x", "-2752 99", "-2752 4711"}};
   for (auto const& c : cases) {
     KrIniConfig config;
-    ASSERT_EQ(config.Set("test", "key", c.text), 0);
-    EXPECT_EQ(Get(config, "key"), "0 " + std::string(c.text) + "|" + c.asBool + "|" + c.asInt);
+    ASSERT_EQ(config.Set("test", "key", c[0]), 0);
+    EXPECT_EQ(Get(config, "key"), "0 " + std::string(c[0]) + "|" + c[1] + "|" + c[2]);
   }
   // Each getter refuses a null key and a null value, also when the key exists.
   KrIniConfig config;
@@ -62,7 +60,7 @@ TEST(IniConfig, TypedValuesAndNullArguments) {
   EXPECT_EQ(config.GetBool("k", nullptr, kTest) + config.GetInt("k", nullptr, kTest), -4004);
 }
 
-TEST(IniConfig, SyntaxErrorsNameTheLineAndLeaveNothing) {
+TEST(IniConfig, FailedReadsNameTheLineAndLeaveNothing) {
   std::string const longest(KrIniConfig::kMaxValueLength, 'v');
   struct {
     std::string text;
@@ -85,21 +83,18 @@ TEST(IniConfig, SyntaxErrorsNameTheLineAndLeaveNothing) {
   EXPECT_EQ(config.Set("", "p", (longest + "v").c_str()), -2002);
   EXPECT_EQ(config.Set("a//b", "k", "v"), -2002);
   EXPECT_EQ(config.Set("", " ", "v"), -2002);
-}
-
-TEST(IniConfig, Files) {
+  // Files: read by the constructor; a NUL makes its line malformed.
   kr_test::TempDir dir;
   std::string name = dir.Make("kr.ini", "[test]\nassertMode = 1\n");
-  KrIniConfig config(name.c_str());
-  EXPECT_EQ(config.Result(), 0);
-  EXPECT_EQ(Get(config, "assertMode"), "0 1|0 1|0 1");
-  // A NUL makes its line malformed.
+  KrIniConfig file(name.c_str());
+  EXPECT_EQ(file.Result(), 0);
+  EXPECT_EQ(Get(file, "assertMode"), "0 1|0 1|0 1");
   dir.Make("kr.ini", std::string("[test]\nassertMode = 1\nb = 2\0\n", 29));
-  EXPECT_EQ(config.ReadFile(name.c_str()), -2754);
-  EXPECT_EQ(config.ErrorLine(), 3);
-  EXPECT_EQ(config.ReadFile(dir.path().c_str()), -2753);  // opens, but cannot be read
-  EXPECT_EQ(config.ReadFile(nullptr), -2002);
-  EXPECT_EQ(Get(config, "assertMode"), "-1 default|-1 99|-1 4711");
+  EXPECT_EQ(file.ReadFile(name.c_str()), -2754);
+  EXPECT_EQ(file.ErrorLine(), 3);
+  EXPECT_EQ(file.ReadFile(dir.path().c_str()), -2753);  // opens, but cannot be read
+  EXPECT_EQ(file.ReadFile(nullptr), -2002);
+  EXPECT_EQ(Get(file, "assertMode"), "-1 default|-1 99|-1 4711");
 }
 
 // A KrIniConfig that records the questions asked of it ("GetInt assertMode").
@@ -140,9 +135,8 @@ TEST(Assert, Modes) {
     EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << r.err;
   }
   for (auto const& [mode, value] : {std::pair<char const*, int>{"1", 0}, {"4", 1}, {"-7", 1}}) {
-    ChildResult r = FailWithMode(mode);
-    EXPECT_EQ(r.exitCode, 100 + value) << mode;
-    EXPECT_EQ(r.err, "") << mode;  // the text is built and dropped
+    ChildResult r = FailWithMode(mode);  // the text is built and dropped: nothing is written
+    EXPECT_EQ(std::to_string(r.exitCode) + r.err, std::to_string(100 + value)) << mode;
   }
   for (char const* mode : {"2", "3"}) {  // a null read; sanitizers end the process with a report
     ChildResult r = FailWithMode(mode);
@@ -182,33 +176,6 @@ TEST(Assert, CallbackFirstModeReadOnceAndRemoval) {
   EXPECT_EQ(run("-1"), "a f.cpp1|GetInt assertMode|b g.cpp2|GetInt assertMode|1 0 0");
 }
 
-// DefaultConfig installs, answers the query value and removes; the priority
-// boost setting is read once, at the first call, whatever is installed later.
-TEST(DefaultConfig, InstallQueryRemoveAndThePriorityBoostReadOnce) {
-  struct {
-    char const* value;
-    bool installLate;
-    char const* answers;  // both answers, then how often the setting was asked
-  } const cases[] = {{"0", false, "0 0 1"}, {"yes", false, "1 1 1"}, {"7", false, "1 1 1"},
-                     {"1", true, "0 0 0"}};
-  for (auto const& c : cases) {
-    std::string const answers = RunInChild([&] {
-      RecordingConfig config;
-      config.Set("servers/krserver", "disableWin32PriorityBoost", c.value);
-      if (DefaultConfig(KrQueryConfig())) return 1;  // none at load
-      if (!c.installLate) DefaultConfig(&config);
-      int first = GetDisableWin32PriorityBoost();
-      if (DefaultConfig(&config) != &config) return 2;
-      config.Set("servers/krserver", "disableWin32PriorityBoost", "1");
-      int second = GetDisableWin32PriorityBoost();
-      if (DefaultConfig(nullptr) || DefaultConfig(KrQueryConfig())) return 3;  // removed
-      std::printf("%d %d %zu", first, second, config.calls.size());
-      return 0;
-    }).out;
-    EXPECT_EQ(answers, c.answers) << c.value << (c.installLate ? " installed late" : "");
-  }
-}
-
 // TestHandler's answers for `kinds` (-1: reset, -2: reset and drop the key),
 // then how often the counter was asked.
 std::string Answers(char const* counter, std::vector<int> const& kinds) {
@@ -226,10 +193,33 @@ std::string Answers(char const* counter, std::vector<int> const& kinds) {
          }).out;
 }
 
-TEST(TestHandler, CounterFailsTheFirstGrowthCallsAndResetRereadsIt) {
+// DefaultConfig installs, answers the query value and removes; the priority
+// boost setting is read once, at the first call, whatever is installed later,
+// and the growth counter once until it is reset.
+TEST(DefaultConfig, InstallQueryRemoveAndTheSettingsReadOnce) {
+  // The setting, then both answers and how often it was asked; no setting
+  // stands for a "1" installed only after the first answer.
+  char const* const cases[][2] = {
+      {"0", "0 0 1"}, {"yes", "1 1 1"}, {"7", "1 1 1"}, {nullptr, "0 0 0"}};
+  for (auto const& c : cases) {
+    std::string const answers = RunInChild([&] {
+      RecordingConfig config;
+      config.Set("servers/krserver", "disableWin32PriorityBoost", c[0] ? c[0] : "1");
+      if (DefaultConfig(KrQueryConfig())) return 1;  // none at load
+      if (c[0]) DefaultConfig(&config);
+      int first = GetDisableWin32PriorityBoost();
+      if (DefaultConfig(&config) != &config) return 2;
+      config.Set("servers/krserver", "disableWin32PriorityBoost", "1");
+      int second = GetDisableWin32PriorityBoost();
+      if (DefaultConfig(nullptr) || DefaultConfig(KrQueryConfig())) return 3;  // removed
+      std::printf("%d %d %zu", first, second, config.calls.size());
+      return 0;
+    }).out;
+    EXPECT_EQ(answers, c[1]) << (c[0] ? c[0] : "installed late");
+  }
+  // The growth counter: the first calls of kind 1 fail, a reset rereads it.
   // Kinds other than 1 neither fail nor count, but do read the counter.
   EXPECT_EQ(Answers("2", {2, 1, 0, 1, 1, 1}), "0 -313 0 -313 0 0 | 1");
-  EXPECT_EQ(Answers(nullptr, {1, 1}), "0 0 | 1");
   EXPECT_EQ(Answers("-3", {1}), "0 | 1");
   EXPECT_EQ(Answers("3", {1, -1, 1, 1, 1, 1}), "-313 -313 -313 -313 0 | 2");
   EXPECT_EQ(Answers("3", {1, -2, 1}), "-313 0 | 2");  // missing now: the reset's 0 stays

@@ -29,7 +29,7 @@ std::string Fallback(int code) {
   return code >= 1 && code <= 999 ? "count" : "unknown error";
 }
 
-TEST(ErrorText, EveryRowAndEveryGapAgainstTheModel) {
+TEST(ErrorText, EveryCodeAgainstTheModel) {
   ASSERT_EQ(kRows, 512);
   int gaps = 0;
   for (int i = 0; i < kRows; ++i) {
@@ -46,9 +46,7 @@ TEST(ErrorText, EveryRowAndEveryGapAgainstTheModel) {
   }
   EXPECT_EQ(Text(-7026), "The schema registry URL is not specified. ");  // trailing blank
   EXPECT_EQ(std::strlen(KrError(nullptr, nullptr, 2685, 1)), kKrLongestErrorText + 0u);
-}
-
-TEST(ErrorText, CodeZeroAndTheStaticCut) {
+  // Code 0, and the static buffer that cuts what would not fit.
   EXPECT_STREQ(KrError(nullptr, nullptr, 0, 0), "0");  // the digit without a context
   EXPECT_STREQ(KrError(nullptr, "X", 0, 0), "X : ok");
   char* first = KrError(nullptr, "A", -2008, 0);
