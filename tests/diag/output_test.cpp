@@ -42,22 +42,22 @@ TEST(Console, ForwardsWhileEnabledAndCutsLines) {
   text = KrString("s");  // also after an assignment
   RecordingCons impl;
   KrServCons console;  // enabled, without an implementation yet
-  auto drive = [&](KrServCons& cons) {
+  auto drive = [&] {
     impl.log.clear();
-    cons << "abc" << static_cast<char const*>(nullptr) << text << copy << empty << -7L;
-    endl(cons.printf("%s=%d", "n", 5).terminateLine().flush());
+    console << "abc" << static_cast<char const*>(nullptr) << text << copy << empty << -7L;
+    endl(console.printf("%s=%d", "n", 5).terminateLine().flush());
     return impl.log;
   };
   std::string const all =
       "write(abc,-1)str(s1)str(first5)str(0)write(-7,-1)write(n=5,-1)lineflushlineflush";
-  EXPECT_EQ(drive(console), "");
+  EXPECT_EQ(drive(), "");
   EXPECT_EQ(console.setImplementation(&impl), nullptr);
-  EXPECT_EQ(drive(console), all);
+  EXPECT_EQ(drive(), all);
   impl.log.clear();
   console.printf("%s", std::string(3000, 'z').c_str());
   EXPECT_EQ(impl.log, "write(" + std::string(KrServCons::kLineSize - 1, 'z') + ",-1)");
   console.flags &= ~KrServCons::kEnabled;
-  EXPECT_EQ(drive(console), "");
+  EXPECT_EQ(drive(), "");
   EXPECT_EQ(console.setImplementation(nullptr), &impl);
   kr_test::ChildResult result = RunInChild([] {  // the base implementation: standard error
     struct StderrCons : _KrServCons {
