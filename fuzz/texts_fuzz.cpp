@@ -2,16 +2,17 @@
 // they need (heap blocks, so that one byte more is caught):
 //  - KrError and KrLoginError of any code with any context give the line
 //    "<context> : <code> -> <text>" (or "<context> : ok"), the text being
-//    what text-only mode returns for the code;
+//    what text-only mode returns for the code without touching the buffer;
 //  - zvmabspath of any path gives the lexical normal form of the current
-//    directory joined with it, fits a buffer of its length plus one, and
-//    refuses (with an empty buffer) one byte less.
+//    directory joined with it, also in place, fits a buffer of its length
+//    plus one, refuses (with an empty buffer) one byte less and leaves a
+//    buffer of no size alone.
 #include <kr/diag.h>
 
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -27,32 +28,22 @@ using Formatter = char* (*)(char*, char const*, int, int);
 void CheckLine(Formatter format, bool login, std::string const& context, int code) {
   char const* const contextArg = context.empty() ? nullptr : context.c_str();
   std::string text = format(nullptr, nullptr, code, 1);
-  std::string expected;
-  if (code == 0 && !login) {
-    expected = contextArg ? context + " : ok" : "0";
-  } else {
-    expected = contextArg ? context + " : " + std::to_string(code) + " -> " + text : text;
-  }
-  char* block = static_cast<char*>(std::malloc(expected.size() + 1));
-  char* line = format(block, contextArg, code, 0);
-  KR_FUZZ_CHECK(line == block && expected == line);
-  std::free(block);
+  std::string expected = contextArg ? context + " : " + std::to_string(code) + " -> " + text : text;
+  if (code == 0 && !login) expected = contextArg ? context + " : ok" : "0";
+  std::vector<char> block(expected.size() + 1, 'Z');  // text-only mode leaves it alone
+  KR_FUZZ_CHECK(format(block.data(), contextArg, code, 1) == text);
+  KR_FUZZ_CHECK(std::string(block.begin(), block.end()) == std::string(block.size(), 'Z'));
+  char* line = format(block.data(), contextArg, code, 0);
+  KR_FUZZ_CHECK(line == block.data() && expected == line);
 }
 
 // The lexical normal form of `path` below `directory`.
 std::string Normal(std::string const& directory, std::string const& path) {
-  std::string const whole = path.size() && path[0] == '/' ? path : directory + "/" + path;
+  std::istringstream whole(path.size() && path[0] == '/' ? path : directory + "/" + path);
   std::vector<std::string> parts;
-  for (size_t start = 0; start <= whole.size();) {
-    size_t end = whole.find('/', start);
-    if (end == std::string::npos) end = whole.size();
-    std::string const part = whole.substr(start, end - start);
-    if (part == "..") {
-      if (!parts.empty()) parts.pop_back();
-    } else if (!part.empty() && part != ".") {
-      parts.push_back(part);
-    }
-    start = end + 1;
+  for (std::string part; std::getline(whole, part, '/');) {
+    if (part == ".." && !parts.empty()) parts.pop_back();
+    if (part != ".." && part != "." && !part.empty()) parts.push_back(part);
   }
   std::string normal;
   for (std::string const& part : parts) normal += "/" + part;
@@ -64,26 +55,33 @@ void CheckPath(std::string path) {
   if (!getcwd(directory, sizeof directory)) return;
   std::string const expected = Normal(directory, path);
   int const size = static_cast<int>(expected.size()) + 1;
-  char* exact = static_cast<char*>(std::malloc(static_cast<size_t>(size)));
-  KR_FUZZ_CHECK(zvmabspath(&path[0], exact, size) == exact && expected == exact);
-  std::free(exact);
-  char* shorter = static_cast<char*>(std::malloc(static_cast<size_t>(size - 1)));
-  KR_FUZZ_CHECK(zvmabspath(&path[0], shorter, size - 1) == nullptr && shorter[0] == '\0');
-  std::free(shorter);
+  std::vector<char> exact(expected.size() + 1), shorter(expected.size(), 'x');
+  KR_FUZZ_CHECK(zvmabspath(&path[0], exact.data(), size) == exact.data());
+  KR_FUZZ_CHECK(expected == exact.data());
+  KR_FUZZ_CHECK(zvmabspath(nullptr, exact.data(), size) == nullptr && exact[0] == '\0');
+  for (int none : {0, -size}) {  // no room at all: not even emptied
+    KR_FUZZ_CHECK(zvmabspath(&path[0], shorter.data(), none) == nullptr && shorter[0] == 'x');
+  }
+  KR_FUZZ_CHECK(zvmabspath(&path[0], shorter.data(), size - 1) == nullptr && shorter[0] == '\0');
+  // Input and output may be one buffer.
+  std::string both = path;
+  both.resize(std::max(path.size(), expected.size()) + 1);
+  KR_FUZZ_CHECK(zvmabspath(&both[0], &both[0], size) == &both[0] && expected == both.c_str());
   KR_FUZZ_CHECK((zvmIsAbsolutePath(path.c_str()) != 0) == (path[0] == '/'));
+  KR_FUZZ_CHECK(!zvmIsAbsolutePath(nullptr));
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   FuzzInput in(data, size);
-  int const code = static_cast<int>(in.Byte() | in.Byte() << 8 | in.Byte() << 16 | in.Byte() << 24);
+  int const code =
+      static_cast<int>(in.Byte() | in.Byte() << 8 | in.Byte() << 16 | in.Byte() << 24);
   // Codes near the table's ranges most of the time, any int now and then.
   int const near = static_cast<int>(in.Pick(20000)) - 8000;
   int const chosen = in.Pick(4) == 0 ? code : near;
-  std::vector<unsigned char> const contextBytes = in.Bytes(in.Pick(40));
   std::string context;
-  for (unsigned char c : contextBytes) context += static_cast<char>(' ' + c % 95);
+  for (unsigned char c : in.Bytes(in.Pick(40))) context += static_cast<char>(' ' + c % 95);
   CheckLine(KrError, false, context, chosen);
   CheckLine(KrLoginError, true, context, chosen);
   std::string path;

@@ -1,16 +1,23 @@
-// Output front ends (server console, stdio stream, message boxes), the text
-// class they write, the statistics counters and the platform stubs.
+// The output channels: the server console (with the text class it writes),
+// the stdio stream, message boxes with the service flag, and the system log:
+// its formatting front end, the shared switch, and entries as a real system
+// logger (a private rsyslogd on /dev/log) receives them.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "child_process.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -20,79 +27,68 @@ struct RecordingCons : _KrServCons {  // what the console asks of its implementa
   void write(char const* text, int length) override {
     log += "write(" + std::string(text) + "," + std::to_string(length) + ")";
   }
-  void writeString(KrString const& text) override { log += "str(" + std::string(text.Text()) + ")"; }
+  void writeString(KrString const& text) override {
+    log += "str(" + std::string(text.Text()) + std::to_string(text.Length()) + ")";
+  }
   void terminateLine() override { log += "line"; }
   void flush() override { log += "flush"; }
   std::string log;
 };
 
 TEST(Console, ForwardsWhileEnabledAndCutsLines) {
+  std::string source = "first";
+  KrString text(source.c_str()), copy(text), empty(nullptr);
+  source[0] = '#';       // the strings own their texts,
+  text = KrString("s");  // also after an assignment
   RecordingCons impl;
-  KrServCons console(&impl), none;
-  auto drive = [&impl](KrServCons& cons) {
+  KrServCons console;  // enabled, without an implementation yet
+  auto drive = [&] {
     impl.log.clear();
-    cons << "abc" << static_cast<char const*>(nullptr) << KrString("s") << -7L;
-    endl(cons.printf("%s=%d", "n", 5).terminateLine().flush());
+    console << "abc" << static_cast<char const*>(nullptr) << text << copy << empty << -7L;
+    endl(console.printf("%s=%d", "n", 5).terminateLine().flush());
     return impl.log;
   };
-  std::string const all = "write(abc,-1)str(s)write(-7,-1)write(n=5,-1)lineflushlineflush";
-  EXPECT_EQ(drive(console), all);
-  console.flags &= ~KrServCons::kEnabled;
-  EXPECT_EQ(drive(console), "");
-  console.flags |= KrServCons::kEnabled;
-  EXPECT_EQ(console.setImplementation(nullptr), &impl);
-  EXPECT_EQ(drive(console), "");
-  EXPECT_EQ(none.setImplementation(&impl), nullptr);
-  EXPECT_EQ(drive(none), all);
+  std::string const all =
+      "write(abc,-1)str(s1)str(first5)str(0)write(-7,-1)write(n=5,-1)lineflushlineflush";
+  EXPECT_EQ(drive(), "");
+  EXPECT_EQ(console.setImplementation(&impl), nullptr);
+  EXPECT_EQ(drive(), all);
   impl.log.clear();
-  none.printf("%s", std::string(3000, 'z').c_str());
+  console.printf("%s", std::string(3000, 'z').c_str());
   EXPECT_EQ(impl.log, "write(" + std::string(KrServCons::kLineSize - 1, 'z') + ",-1)");
+  console.flags &= ~KrServCons::kEnabled;
+  EXPECT_EQ(drive(), "");
+  EXPECT_EQ(console.setImplementation(nullptr), &impl);
   kr_test::ChildResult result = RunInChild([] {  // the base implementation: standard error
     struct StderrCons : _KrServCons {
-      void writeString(KrString const& text) override { write(text.Text(), -1); }
+      void writeString(KrString const&) override {}
     } impl;
-    KrServCons console(&impl);
-    endl(console << "value " << 12L << KrString(" and text"));
+    impl.write("value", 2);  // the length is not used
     impl.write(nullptr, 3);  // ignored
-    console.printf("%05d", 42);
     impl.terminateLine();
     return 0;
   });
-  EXPECT_EQ(result.err + "|" + result.out, "value 12 and text\n00042\n|");
-}
-
-TEST(KrString, CopiesOwnTheirText) {
-  std::string source = "first";
-  KrString a(source.c_str()), b("second"), empty(nullptr), copy(a);
-  source[0] = '#';
-  a = b;
-  b = KrString("third");
-  EXPECT_EQ(std::string(copy.Text()) + a.Text() + b.Text() + empty.Text(), "firstsecondthird");
-  EXPECT_EQ(a.Length() * 10 + empty.Length(), 60u);
+  EXPECT_EQ(result.err + "|" + result.out, "value\n|");
 }
 
 TEST(OutStream, FormatsEachTypeAndFlushesOnlyWhenAsked) {
-  std::FILE* file = std::tmpfile();
+  char* data = nullptr;
+  std::size_t size = 0;  // what the memory stream holds, updated when it is flushed
+  std::FILE* file = open_memstream(&data, &size);
   ASSERT_NE(file, nullptr);
-  static char buffer[1 << 16];
-  ASSERT_EQ(std::setvbuf(file, buffer, _IOFBF, sizeof buffer), 0);
-  struct stat info;
   {
     KrOutStreamFILE stream(file);
     static_cast<KrOutStreamStub&>(stream)
         << "text" << '|' << -12 << '|' << static_cast<short>(-7) << '|' << -123456L << '|'
         << 4000000000u << '|' << static_cast<unsigned short>(65535) << '|' << 4294967295ul << '|'
         << 1.5f << '|' << 2.25 << '|' << reinterpret_cast<void*>(0x1f) << endl;
-    EXPECT_TRUE(fstat(fileno(file), &info) == 0 && info.st_size == 0);  // endl does not flush
+    EXPECT_EQ(size, 0u);  // endl does not flush
     EXPECT_EQ(&(stream << flush), &stream);
-    EXPECT_TRUE(fstat(fileno(file), &info) == 0 && info.st_size == 71);
-  }  // the destructor leaves the stream open
-  EXPECT_GE(std::fputs("!", file), 0);
-  std::rewind(file);
-  char text[128] = {};
-  EXPECT_EQ(std::fread(text, 1, sizeof text - 1, file), 72u);
-  EXPECT_STREQ(text, "text|-12|-7|-123456|4000000000|65535|4294967295|1.500000|2.250000|0x1f\n!");
-  std::fclose(file);
+    EXPECT_EQ(std::string(data, size),
+              "text|-12|-7|-123456|4000000000|65535|4294967295|1.500000|2.250000|0x1f\n");
+  }
+  EXPECT_EQ(std::fclose(file), 0);  // the destructor left it open
+  std::free(data);
 }
 
 struct RecordingMsg : KrMsg {  // keeps the base Box; records what reaches _Box
@@ -103,79 +99,164 @@ struct RecordingMsg : KrMsg {  // keeps the base Box; records what reaches _Box
   std::string last;
 };
 
-TEST(MessageBox, FormatsCutsAndObeysTheSharedSwitchUnlessForced) {
+struct RecordingLog : KrSysLog {  // keeps the base LogPermanent, records _LogPermanent
+  void _LogPermanent(KrSysLogLevel level, int length, char const* text) override {
+    log += std::to_string(level) + "," + std::to_string(length) + "," + text + "|";
+  }
+  std::string log;
+};
+
+KrSysLogPosix* ProcessLog() { return static_cast<KrSysLogPosix*>(KrSystemLog()); }
+
+// Message boxes and the system log format, cut what does not fit and obey
+// their shared switches (a forced box excepted); the logger stays closed
+// while logging is off.
+TEST(MessageBoxAndSysLog, FormatCutAndObeyTheSharedSwitches) {
   RecordingMsg box;
   EXPECT_EQ(box.Box("Title", 0x11, "%s needs %d bytes", "table", 4096), 7u);
   EXPECT_EQ(box.last, "Title|17|table needs 4096 bytes");
   box.Box("t", 0, "%s", std::string(10000, 'm').c_str());
   EXPECT_EQ(box.last, "t|0|" + std::string(KrMsg::kTextSize - 1, 'm'));
-  EXPECT_EQ(RunInChild([] {
-              RecordingMsg box, other;
-              KrMsg* dummy = KrMessage();  // shows nothing: 0x80000000 whatever the switch
-              if (box.AllowMessageBoxes(0) != 1) return 1;  // on at load
-              if (box.Box("t", 0x1FFFFFFF, "x") != 0x40000000 || !box.last.empty()) return 2;
-              if (box.Box("t", 0x20000000, "forced %d", 1) != 7) return 3;
-              if (box.last != "t|536870912|forced 1") return 4;
-              if (other.Box("t", 0, "x") != 0x40000000) return 5;  // one switch for all
-              if (other.AllowMessageBoxes(5) != 0 || box.AllowMessageBoxes(1) != 1) return 6;
-              if (dummy->AllowMessageBoxes(0) != -1 || box.AllowMessageBoxes(1) != 1) return 7;
-              if (dummy->Box("t", 0, "x %d", 1) != 0x80000000) return 8;
-              box.AllowMessageBoxes(0);
-              return dummy->Box("t", 0, "x") == 0x80000000 && dummy->_Box("t", 0, "x") == 0x80000000 ? 0 : 9;
-            }).exitCode,
-            0);
+  RecordingLog formats;
+  formats.LogPermanent(KrSysLogWarning, "%s %d", "disk", 3);
+  formats.LogPermanent(KrSysLogError, "%s", std::string(1024, 'a').c_str());
+  EXPECT_EQ(formats.log, "3,6,disk 3|4,1023," + std::string(1023, 'a') + "|");
+  auto const child = RunInChild([] {
+    RecordingMsg box, other;
+    KrMsg* dummy = KrMessage();
+    if (box.AllowMessageBoxes(0) != 1) return 1;  // on at load
+    if (box.Box("t", 0x1FFFFFFF, "x") != 0x40000000 || !box.last.empty()) return 2;
+    if (box.Box("t", 0x20000000, "forced %d", 1) != 7) return 3;
+    if (box.last != "t|536870912|forced 1") return 4;
+    // The dummy shows nothing whatever the switch, and leaves the switch alone.
+    if (dummy->Box("t", 0, "x") != 0x80000000 || dummy->_Box("t", 0, "x") != 0x80000000) return 5;
+    if (dummy->AllowMessageBoxes(1) != -1) return 6;
+    // One switch for all boxes, stored as 0 or 1.
+    if (other.AllowMessageBoxes(5) != 0 || box.AllowMessageBoxes(1) != 1) return 7;
+    RecordingLog log;
+    KrSysLogPosix* process = ProcessLog();
+    if (process->opened != 0 || log.AllowLogging(0) != 1) return 8;  // closed, on at load
+    log.LogPermanent(KrSysLogError, "dropped");
+    process->LogPermanent(KrSysLogError, "x");
+    process->_LogPermanent(KrSysLogError, 1, "x");
+    process->Init("name");
+    process->SetApplicationName("name");
+    if (!log.log.empty() || process->opened != 0) return 9;
+    if (process->AllowLogging(5) != 0 || log.AllowLogging(1) != 5) return 10;  // as given
+    process->SetApplicationName("name");
+    if (process->opened != 1) return 11;
+    // The service flag, process-wide like the switches, only goes from 0 to 1.
+    if (KIRO_Service_hasStopped() != 0) return 12;
+    StopKIRO_Service();
+    return KIRO_Service_hasStopped() == 1 ? 0 : 13;
+  });
+  EXPECT_EQ(child.exitCode, 0);
 }
 
-std::vector<int> Counters(KrStatistics const& s) {
-  return {s.transactions, s.commits, s.aborts, s.csRequests, s.failedCsRequests,
-          s.serverNotifications, s.queries, s.clients, s.objDescs, s.extents, s.locks,
-          s.watches, s.refreshedObjects, s.deliveredObjects, s.internalTransactions};
-}
+constexpr char kDevLog[] = "/dev/log";
+constexpr char kEnd[] = "<<END>>";
 
-TEST(Statistics, EachOperationChangesOnlyItsCounterAndClearKeepsTheLastThree) {
-  using S = KrStatistics;
-  struct { S& (S::*step)(); S& (S::*add)(long); int field, delta; } const steps[] = {
-      {&S::IncTransactions, 0, 0, 1}, {&S::DecTransactions, 0, 0, -1}, {&S::IncCommits, 0, 1, 1},
-      {&S::IncAborts, 0, 2, 1}, {&S::IncCSRequests, 0, 3, 1}, {&S::IncFailedCSRequests, 0, 4, 1},
-      {&S::IncServerNotifications, 0, 5, 1}, {&S::IncQueries, 0, 6, 1}, {&S::IncClients, 0, 7, 1},
-      {&S::DecClients, 0, 7, -1}, {&S::IncObjDescs, 0, 8, 1}, {&S::DecObjDescs, 0, 8, -1},
-      {&S::IncExtents, 0, 9, 1}, {&S::DecExtents, 0, 9, -1}, {&S::IncLocks, 0, 10, 1},
-      {&S::DecLocks, 0, 10, -1}, {&S::IncWatches, 0, 11, 1}, {&S::DecWatches, 0, 11, -1},
-      {&S::IncInternalTransactions, 0, 14, 1}, {0, &S::AddLocks, 10, -17},
-      {0, &S::AddWatches, 11, -17}, {0, &S::AddRefreshedObjects, 12, -17},
-      {0, &S::AddDeliveredObjects, 13, -17}};
-  EXPECT_EQ(RunInChild([&] {
-              S& stats = *Statistics();  // starts at zero
-              if (&stats != Statistics() || stats.flags || Counters(stats) != std::vector<int>(15)) return 1;
-              stats.locks = 0x7FFFFFFF;  // counters wrap in 32 bits
-              for (auto const& s : steps) {
-                std::vector<int> expected = Counters(stats);
-                expected[s.field] = static_cast<int>(static_cast<unsigned>(expected[s.field]) + s.delta);
-                if (&(s.step ? (stats.*s.step)() : (stats.*s.add)(s.delta)) != &stats) return 2;
-                if (Counters(stats) != expected) return 100 + s.field;
-              }
-              std::vector<int> expected(15, 0);
-              expected[12] = expected[13] = -17, expected[14] = 1;
-              stats.flags = 0x12;
-              stats.Clear();
-              if (Counters(stats) != expected || stats.flags != 0x12) return 3;
-              return RegisterStatistics() * 10 + DeregisterStatistics();
-            }).exitCode,
-            0);
-}
+// Whether something (a system logger, or a stale socket) holds /dev/log.
+bool DevLogExists() { return access(kDevLog, F_OK) == 0; }
 
-TEST(PlatformStubs, RegistryIsNotImplementedAndHostnameIsTheSystems) {
-  char const* path[] = {"Software", nullptr};
-  char value[16] = "untouched", expected[256] = {}, name[256] = "x", small[2] = "x";
-  long length = 16;
-  EXPECT_EQ(KrGetRegistryEntry(path, value, length), -2999);
-  EXPECT_EQ(KrSetRegistryEntry(nullptr, value, length) + KrDeleteRegistryEntry(path), -5998);
-  EXPECT_STREQ(value, "untouched");
-  ASSERT_EQ(gethostname(expected, sizeof expected), 0);
-  EXPECT_EQ(KrGetHostname(name, sizeof name), 0);
-  EXPECT_STREQ(name, expected);
-  EXPECT_EQ(KrGetHostname(small, 0) * 10 + KrGetHostname(small, -5), 0);  // the system fails
-  EXPECT_STREQ(small, "x");
+// rsyslogd in the foreground on a private configuration that writes every
+// entry of facility user, raw and with its priority, to a file of its own.
+struct RsyslogDaemon {
+  kr_test::TempDir dir;
+  pid_t pid = -1;
+
+  // Whether the daemon serves /dev/log (its own messages go to standard error).
+  bool Start(char const* binary) {
+    std::string pidFile = dir.Name("pid"), config = dir.Make(
+        "rsyslog.conf", "global(workDirectory=\"" + dir.path() +
+                            "\" parser.escapeControlCharactersOnReceive=\"off\")\n"
+                            "module(load=\"imuxsock\" SysSock.Name=\"" + kDevLog +
+                            "\" SysSock.RateLimit.Interval=\"0\")\n"
+                            "template(name=\"raw\" type=\"string\" string=\"%rawmsg%" + kEnd +
+                            "\\n\")\nuser.* action(type=\"omfile\" file=\"" +
+                            dir.Name("user.log") + "\" template=\"raw\")\n");
+    if ((pid = fork()) == 0) {
+      execl(binary, binary, "-n", "-f", config.c_str(), "-i", pidFile.c_str(),
+            static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    for (int i = 0; pid > 0 && i < 200; ++i) {
+      if (DevLogExists()) return true;
+      if (waitpid(pid, nullptr, WNOHANG) == pid && (pid = -1)) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
+  }
+  ~RsyslogDaemon() {
+    // /dev/log was free before: leave no socket behind.
+    if (pid > 0 && kill(pid, SIGTERM) == 0 && waitpid(pid, nullptr, 0) == pid) unlink(kDevLog);
+  }
+
+  // The entries holding `marker` as "<priority> ident[pid]: text", once
+  // `count` of them arrived (or after ten seconds, with what there is).
+  std::vector<std::string> WaitFor(std::string const& marker, std::size_t count) const {
+    std::vector<std::string> found;
+    for (int i = 0; i < 200 && found.size() < count; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(i ? 50 : 0));
+      std::string text = kr_test::ReadFile(dir.Name("user.log"));
+      found.clear();
+      for (std::size_t start = 0, end; (end = text.find(kEnd, start)) != std::string::npos;
+           start = end + sizeof kEnd) {  // "<pri>Mmm dd hh:mm:ss ident[pid]: text" and a newline
+        std::string raw = text.substr(start, end - start);
+        std::size_t close = raw.find('>');
+        if (raw.find(marker) == std::string::npos || close == std::string::npos) continue;
+        found.push_back(raw.substr(1, close - 1) + raw.substr(close + 16));
+      }
+    }
+    return found;
+  }
+};
+
+TEST(SysLogDaemon, EntriesCarryIdentPriorityTextAndVersionLine) {
+  char const* const binary = "/usr/sbin/rsyslogd";
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to serve /dev/log with a private rsyslogd";
+  if (DevLogExists()) GTEST_SKIP() << "/dev/log is taken by another system logger";
+  if (access(binary, X_OK) != 0) GTEST_SKIP() << "rsyslogd is missing (scripts/deps.sh has it)";
+  RsyslogDaemon daemon;
+  ASSERT_TRUE(daemon.Start(binary)) << "rsyslogd does not serve /dev/log";
+  std::string const marker = "krtest-" + std::to_string(getpid());
+  std::string const version = "\n(Norvane 9.5.23.262.0)", cut(1500, 'y');
+  // Levels and the priorities they are logged with (facility user, 8, added).
+  int const levels[][2] = {{1, 6}, {2, 5}, {3, 4}, {4, 3}, {0, 5}, {5, 5}, {-1, 5}, {10, 5}};
+  kr_test::ChildResult child = RunInChild([&] {
+    for (auto const& level : levels) {
+      KrSystemLog()->LogPermanent(static_cast<KrSysLogLevel>(level[0]), "%s level %d",
+                                  marker.c_str(), level[0]);
+    }
+    KrSystemLog()->LogPermanent(KrSysLogError, "%s %s", marker.c_str(), cut.c_str());
+    if (ProcessLog()->opened != 1) return 1;  // opened by the first entry
+    std::printf("%d", getpid());
+    return 0;
+  });
+  // The name is copied, and fixed once the log is open.
+  kr_test::ChildResult named = RunInChild([&] {
+    std::string name = "krtest-application";
+    KrSystemLog()->SetApplicationName(name.c_str());
+    name.assign(name.size(), '#');
+    KrSystemLog()->LogPermanent(KrSysLogInformational, "%s-named first", marker.c_str());
+    KrSystemLog()->SetApplicationName("later-name");
+    ProcessLog()->Init(nullptr);
+    ProcessLog()->_LogPermanent(KrSysLogWarning, 0, (marker + "-named second").c_str());
+    std::printf("%d", getpid());
+    return 0;
+  });
+  ASSERT_TRUE(child.exitCode == 0 && named.exitCode == 0);
+  std::string const ident = " Norvane Runtime System[" + child.out + "]: " + marker;
+  std::vector<std::string> expected;
+  for (auto const& level : levels) {
+    expected.push_back(std::to_string(8 + level[1]) + ident + " level " +
+                       std::to_string(level[0]) + version);
+  }
+  expected.push_back("11" + ident + (" " + cut).substr(0, 1023 - marker.size()) + version);
+  std::string const app = " krtest-application[" + named.out + "]: " + marker;
+  expected.push_back("14" + app + "-named first" + version);
+  expected.push_back("12" + app + "-named second" + version);
+  EXPECT_EQ(daemon.WaitFor(marker, expected.size()), expected);
 }
 
 }  // namespace
