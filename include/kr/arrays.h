@@ -110,7 +110,9 @@ class KR_API KrVArray {
   // Returns 0, -2106 without a compare function, or -2030 when the scratch
   // element cannot be allocated (nothing changes in either case). The
   // argument is ignored.
-  // From 64 elements on the result is reached faster: the compare function
+  // Below 64 elements each partition calls the compare function exactly as
+  // this algorithm does, though the smaller side of a partition is sorted
+  // first. From 64 elements on the result is reached faster: the compare function
   // may then be called in another order and another number of times than
   // this algorithm would call it, and with the addresses of copies of the
   // elements; for a compare function that orders consistently by the

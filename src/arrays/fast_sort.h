@@ -27,8 +27,9 @@
 
 namespace kr_detail {
 
-// Below this many elements Sort keeps the defined algorithm's exact sequence
-// of compare calls.
+// Below this many elements Sort runs the defined algorithm itself: each
+// partition makes exactly its defined sequence of compare calls (only the
+// order in which the two sides of a partition are sorted may differ).
 constexpr unsigned long kFastSortMinimum = 64;
 
 // Sorts `array` as described above. Returns false, with the array as it
