@@ -171,8 +171,9 @@ class KR_API KrCList : public KrVArray {
   unsigned long GetMaxCount() const override;       // maxCount
   unsigned long GetCurMaxCount() const override;    // capacity
   // Count 0; capacity min(capacity, 32767) allocated at once (-501, buffer
-  // null, after calling the low-memory handler once when that fails);
-  // -503 and maxCount 0 for width 0. Does not free a buffer already there.
+  // null with the capacity kept, after calling the low-memory handler once,
+  // when that fails; the next Insert asks for the block again); -503 and
+  // maxCount 0 for width 0. Does not free a buffer already there.
   int Init(unsigned short elementWidth, unsigned long capacity) override;
   // 0 when `capacity` equals the current one; -502 below the count, -501
   // above 32767 or when the buffer cannot be resized.
@@ -197,7 +198,7 @@ class KR_API KrCList : public KrVArray {
 
   unsigned short maxCount;  // 32767, or 0 after Init with width 0
   unsigned short capacity;  // element slots in `buffer`
-  unsigned char* buffer;    // owned; null while the capacity is 0
+  unsigned char* buffer;    // owned; null while the capacity is 0 or after a failed Init
 };
 
 // ---------------------------------------------------------------------------

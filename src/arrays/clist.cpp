@@ -23,6 +23,17 @@ void MoveBytes(void* to, void const* from, unsigned long bytes) {
   if (bytes != 0 && to && from) memmove(to, from, bytes);
 }
 
+// Guard: after an Init whose block could not be had, a list has a capacity
+// but no block, and inserting would write through a null pointer; the block
+// is asked for first instead. False when it still cannot be had.
+bool HaveBlock(KrCList& list) {
+  if (list.buffer || list.capacity == 0) return true;
+  void* block = nullptr;
+  if (mmResize(&block, BlockBytes(list.capacity, list.width)) != 0) return false;
+  list.buffer = static_cast<unsigned char*>(block);
+  return true;
+}
+
 }  // namespace
 
 KrCList::KrCList(unsigned short elementWidth, int initialCapacity, int* error)
@@ -73,8 +84,7 @@ int KrCList::Init(unsigned short elementWidth, unsigned long initialCapacity) {
   buffer = static_cast<unsigned char*>(malloc(bytes));
   if (!buffer) {
     KrCallMemoryHandler(bytes);  // once, and no retry
-    capacity = 0;  // no slots without a block: the list stays usable
-    return kKrArrayNoMemory;
+    return kKrArrayNoMemory;  // the capacity stays as asked, without a block
   }
   return kKrArrayOk;
 }
@@ -113,6 +123,7 @@ void* KrCList::PrepareInsert(unsigned long index) {
 
 int KrCList::Insert(unsigned long index, void const* data) {
   if (index > count || index >= maxCount) return kKrArrayBadIndex;
+  if (!HaveBlock(*this)) return kKrArrayNoMemory;
   if (count >= capacity) {
     if (count == maxCount) return kKrArrayNoMemory;
     // Double, halving the increment (as a 16-bit value) until it fits under

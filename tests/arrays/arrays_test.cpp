@@ -172,7 +172,9 @@ TEST(Lists, OutOfMemory) {
   kr_test::FailNthAllocation(1);
   int const sorted = grown.Sort(0);
   kr_test::StopFailingAllocations();
-  EXPECT_TRUE(error == -501 && !failed.buffer && !failed.capacity && handler.calls == 2);
+  EXPECT_TRUE(error == -501 && !failed.buffer && failed.capacity == 10 && handler.calls == 2);
+  EXPECT_TRUE(failed.Insert(0, "abcde") == 0 && failed.capacity == 10);  // the block now
+  EXPECT_EQ(Contents(failed), "abcde");
   EXPECT_TRUE(handler.sizes[0] == 50 && handler.sizes[1] == 24 && sorted == -2030);
   EXPECT_TRUE(emptyCopy.width == 0 && emptyCopy.capacity == 0 && emptyCopy.maxCount == 0);
 }
