@@ -10,7 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "tree_test_support.h"
+
 namespace {
+
+using kr_test::Steps;
 
 // Entries are {header, element} pairs; `bad` has no element. The element
 // functions log their calls ('e'lement of entry, 'k'ey, 'f'lags, 'd'at,
@@ -203,28 +207,16 @@ TEST(CompareElement, NegatesTheCompareFunctionAndPassesFailuresOut) {
   EXPECT_TRUE(mine.seen.empty());  // never called
 }
 
-// Runs steps ('F'irst, 'L'ast, 'N'ext, 'P'rior) and lists the statuses.
-std::string Steps(KrVIterator& it, char const* steps) {
-  std::string results;
-  for (; *steps; ++steps) {
-    char c = *steps;
-    results += std::to_string(c == 'F' ? it.First() : c == 'L' ? it.Last() : c == 'N' ? it.Next()
-                                                                                     : it.Prior());
-    results += " ";
-  }
-  return results;
-}
-
 TEST(OneEntryContainer, MovesAsItsTableSaysAndAnswersItsTriple) {
   int key = 1, dat = 2;
   KrOneEntryContainer full(&key, &dat, 0x1234), empty(nullptr, nullptr, 0), noDat(&key, nullptr, 7);
   KrOneEntryIterator onFull(&full, nullptr), onEmpty(&empty, nullptr), none(nullptr, nullptr);
   EXPECT_TRUE(onFull.status == 0 && onEmpty.status == -521);
-  EXPECT_EQ(Steps(onFull, "FNNLPPNPNP"), "0 -522 -522 0 -521 -521 0 -521 0 -521 ");
-  EXPECT_EQ(Steps(onEmpty, "FLPFN"), "-521 -522 0 -521 0 ");  // lands "on" it unasked
-  EXPECT_EQ(Steps(none, "FLNP"), "-520 -520 -520 -520 ");
+  EXPECT_EQ(Steps(onFull, "FNNLPPNPNP", false), "0 -522 -522 0 -521 -521 0 -521 0 -521 ");
+  EXPECT_EQ(Steps(onEmpty, "FLPFN", false), "-521 -522 0 -521 0 ");  // lands "on" it unasked
+  EXPECT_EQ(Steps(none, "FLNP", false), "-520 -520 -520 -520 ");
   onFull.status = -523;
-  EXPECT_EQ(Steps(onFull, "NPF"), "-523 -523 0 ");
+  EXPECT_EQ(Steps(onFull, "NPF", false), "-523 -523 0 ");
 
   KrOneEntryIterator it(&full, nullptr), bare(&noDat, nullptr);
   EXPECT_TRUE(full.GetType() == 4 && it.GetType() == 4);
