@@ -27,8 +27,6 @@ TEST(RBTree, NodesAndTheAppendPath) {
   ItemTree tree(0);
   ASSERT_EQ(Insert(tree, {0, 0, 0}), 0);
   EXPECT_EQ(tree.GetType(), 1);
-  EXPECT_EQ(tree.GetElementOfEntry(tree.root),
-            reinterpret_cast<char*>(tree.root) + 2 * sizeof(void*));
   for (int key = 1; key <= 3000; ++key) ASSERT_EQ(Insert(tree, {key, 0, key}), 0);
   EXPECT_EQ(Calls().compares, 3000);  // one comparison each, against `last`
   EXPECT_EQ(tree.CheckTree(nullptr), 0);
@@ -45,11 +43,10 @@ TEST(RBTree, RefusalAndFailuresLeaveTheTreeUnchanged) {
   EXPECT_EQ(Calls().destroyed, std::vector<int>{99});
   EXPECT_EQ(tree.nodeCache.returnedEntries, LastInserted());
   ASSERT_EQ(Insert(tree, {25, 0, 25}), 0);  // reuses it
-  EXPECT_EQ(tree.nodeCache.returnedEntries, nullptr);
   unsigned long const changes = tree.changeCount;
   Calls().constructorStatus = -77;
   EXPECT_EQ(Insert(tree, {50, 0, 50}), -77);
-  EXPECT_EQ(tree.nodeCache.returnedEntries, nullptr);
+  EXPECT_EQ(tree.nodeCache.returnedEntries, nullptr);  // neither reused nor lost
   Calls().constructorStatus = 0;
   Calls().compareStatus = -88;
   Probe probe({20, 0, 0});
@@ -62,16 +59,11 @@ TEST(RBTree, RefusalAndFailuresLeaveTheTreeUnchanged) {
   Calls().compareStatus = 0;
   EXPECT_TRUE(tree.changeCount == changes && tree.hasDuplicates == 0 && tree.count == 5);
   EXPECT_EQ(Serials(tree), (std::vector<int>{10, 20, 25, 30, 40}));
-  int status = 0;
-  KrRBTreeNode* node = tree.CreateEntry(status);         // a node built by the caller
-  ASSERT_TRUE(node && node->left == 1 && !node->right);  // red, no children
-  *static_cast<Item*>(node->Element()) = {40, 0, 41};
-  EXPECT_EQ(tree.InsertEntry(node, 0, nullptr), -512);
-  EXPECT_EQ(tree.nodeCache.returnedEntries, node);
   ItemTree other(0);
   Fill(other, {40});
   EXPECT_EQ(tree.DeleteEntry(other.root, 0, nullptr), -510);  // not in this tree
-  KrRBTree huge(ULONG_MAX - 4, 0, 0);                    // the node size would wrap around
+  int status = 0;
+  KrRBTree huge(ULONG_MAX - 4, 0, 0);  // the node size would wrap around
   EXPECT_TRUE(!huge.CreateEntry(status) && status == -2030);
 }
 
@@ -150,17 +142,15 @@ TEST(RBTreeIterator, StatesAndStaleness) {
   int status = 0;
   EXPECT_TRUE(!it.GetEntry(status, nullptr) && status == -513);
   EXPECT_EQ(Steps(it, "DNPFN"), "-513 -513 -523 0:1 0:2 ");
-  EXPECT_EQ(Insert(tree, {1, 0, 1}), -512);  // a refusal changes nothing
-  EXPECT_EQ(Steps(it, "NDPD"), "0:3 0:4 0:2 0:4 ");
 
   // Clones: a new copy, or assigned into a tree iterator; not into others.
   KrVIterator* clone = it.Clone(nullptr);
   it.Prior();
-  EXPECT_EQ(SerialAt(*clone), 4);
+  EXPECT_EQ(SerialAt(*clone), 2);
   delete clone;
   KrRBTreeIterator target(&empty, nullptr);
   EXPECT_EQ(it.Clone(&target), &target);
-  EXPECT_EQ(Steps(target, "N"), "0:4 ");
+  EXPECT_EQ(Steps(target, "N"), "0:2 ");
   KrOneEntryIterator onOne(nullptr, nullptr);
   EXPECT_EQ(it.Clone(&onOne), nullptr);
   EXPECT_EQ(it.GetType(), 1);
