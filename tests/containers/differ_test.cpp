@@ -88,21 +88,19 @@ TEST(MemFileContainers, WalkCompareAndRecord) {
   KrOneEntryIterator probe(&one, nullptr);
   KrMemFileIterator fresh(&records);
   EXPECT_EQ(out.InsertElement(&fresh, nullptr, 0, nullptr), -521);  // no element yet
-  EXPECT_TRUE(fresh.First() == 0 && out.InsertElement(&fresh, nullptr, 0, nullptr) == 0);
   EXPECT_EQ(out.InsertElement(&probe, nullptr, 0, nullptr), 0);
   out.constructorElement = [](KrVContainer*, void*, KrVIterator const*, void const*, void const*,
                               KrVParameter*) { return -77; };
   EXPECT_EQ(out.InsertElement(&probe, nullptr, 0, nullptr), -77);
-  EXPECT_TRUE(Contents(file) == "head:aaaxyz" && out.count == 2);
+  EXPECT_TRUE(Contents(file) == "head:xyz" && out.count == 1);
 }
 
-// Counts start at -1, or +1 when bit 0 of aux is set whatever its other bits;
-// a second entry for an element is refused; deleting off an entry and when
-// stale. Equal keys of different elements are separate entries.
-TEST(DiffList, EntriesCountsAndDeletion) {
+// An insertion stands on the new entry, its count -1, or +1 when bit 0 of
+// aux is set whatever its other bits; a second entry for an element is
+// refused, but equal keys of different elements are separate entries.
+TEST(DiffList, EntriesAndTheirCounts) {
   KrDiffList list(5, nullptr);
   KrDiffListIterator entries(&list);
-  EXPECT_EQ(entries.DeleteElement(0, nullptr), -521);  // not on an entry
   KrVParameter first, second;
   first.aux = reinterpret_cast<void*>(static_cast<uintptr_t>(0x10));
   second.aux = reinterpret_cast<void*>(static_cast<uintptr_t>(0x11));
@@ -113,8 +111,6 @@ TEST(DiffList, EntriesCountsAndDeletion) {
   ASSERT_EQ(entries.InsertElement(&atB, nullptr, 0, &first), 0);
   EXPECT_EQ(*entries.DiffCount(), -1);
   EXPECT_EQ(entries.InsertElement(&atB, nullptr, 0, &second), kKrDuplicate);
-  EXPECT_EQ(list.DeleteElement(&atC, nullptr, 0, nullptr), 0);  // behind its back
-  EXPECT_TRUE(entries.DeleteElement(0, nullptr) == -513 && list.count == 1);
   KrDiffList items(sizeof(kr_test::Item), kr_test::CompareItems);
   for (int payload : {1, 2, 1}) {
     kr_test::Probe probe({1, payload, 0});
@@ -175,62 +171,66 @@ struct DiffRun {
   int Run(double ratio) {
     KrVContainerDiffer differ;
     differ.diffList = &log;
-    int result = differ.Diff(&first, &second, &onlyFirst, &onlySecond, ratio);
+    return differ.Diff(&first, &second, &onlyFirst, &onlySecond, ratio);
+  }
+  // The result, each output in its order of writing, the diff-list calls and
+  // the entries left in the list.
+  std::string Summary(double ratio) {
+    std::string summary = std::to_string(Run(ratio));
+    summary += " " + Contents(onlyFirst.file) + "|" + Contents(onlySecond.file) + " " + log.log;
     KrDiffListIterator entries(&list);
     for (int s = entries.First(); s == 0; s = entries.Next()) {
-      counts += *static_cast<char const*>(entries.GetElement(s, nullptr)) +
-                std::to_string(*entries.DiffCount()) + " ";
+      summary += " " + std::string(static_cast<char const*>(entries.GetElement(s, nullptr)), 1) +
+                 std::to_string(*entries.DiffCount());
     }
-    return result;
+    return summary;
   }
   Failure failure;
   Records first, second;
   KrDiffList list{1, nullptr};
   LoggingList log{&list, &failure};
   Output onlyFirst{&failure}, onlySecond{&failure};
-  std::string counts;  // the entries left in the list
 };
 
-// Outputs in their order of writing, the diff-list traffic, the entries left.
+// The summaries of hand-picked runs, the list answering either code for a
+// miss. A write answering -521 or -522 while draining ends it quietly.
 TEST(ContainerDiffer, ScenariosWithTheirDiffListTraffic) {
   struct Case {
     char const *a, *b;
     double ratio;
-    int result;
-    char const *onlyFirst, *onlySecond, *ops, *counts;
+    char const* summary;
+    int at = 0, code = 0;  // the write to the first output that answers a code
   } const cases[] = {
-      {"ABC", "ABC", 1, 0, "", "", "F", ""},  // in step: the list is not touched
-      {"", "", 1, 0, "", "", "F", ""},
-      {"", "ABC", 1, 1, "", "ABC", "F", ""},  // straight to the output
-      {"ABC", "", 0, 1, "ABC", "", "F", ""},
-      {"ABC", "AC", 1, 1, "B", "", "SISISDFN", "B-1 "},
-      {"ABC", "BCA", 1, 0, "", "", "SISISDSDF", ""},  // parked A cancelled at the end
-      {"ABC", "CBA", 0, 0, "", "", "SISISISDSDSDF", ""},  // no comparison: all via the list
-      {"AAB", "AB", 1, 1, "A", "", "SISISDFN", "A-1 "},
-      {"AB", "BB", 1, 1, "A", "B", "SISIFNN", "A-1 B1 "},
-      {"ABCD", "DCBA", 10, 0, "", "", "SISISISISDSDSDSDF", ""},
-      {"AB", "BAC", 1, 1, "", "C", "SISISDSDF", ""},  // C straight out: nothing to cancel
-      {"ACD", "BAE", 1, 1, "DC", "BE", "SISISISDSISFNNN", "B1 C-1 E1 "},  // a twin keeps the turn
-      {"AAAC", "BBD", 1, 1, "AAAC", "DBB", "SISISSSISSFNNN", "A-3 B2 C-1 "},
+      {"ABC", "ABC", 1, "0 | F"},  // in step: the list is not touched
+      {"", "ABC", 1, "1 |ABC F"},  // straight to the output
+      {"ABC", "", 0, "1 ABC| F"},
+      {"ABC", "AC", 1, "1 B| SISISDFN B-1"},
+      {"ABC", "BCA", 1, "0 | SISISDSDF"},      // parked A cancelled at the end
+      {"ABC", "CBA", 0, "0 | SISISISDSDSDF"},  // no comparison: all via the list
+      {"AAB", "AB", 1, "1 A| SISISDFN A-1"},
+      {"AB", "BB", 1, "1 A|B SISIFNN A-1 B1"},
+      {"ABCD", "DCBA", 10, "0 | SISISISISDSDSDSDF"},
+      {"AB", "BAC", 1, "1 |C SISISDSDF"},  // C straight out: nothing to cancel
+      {"ACD", "BAE", 1, "1 DC|BE SISISISDSISFNNN B1 C-1 E1"},  // a twin keeps the turn
+      {"AAAC", "BBD", 1, "1 AAAC|DBB SISISSSISSFNNN A-3 B2 C-1"},
+      {"AB", "", 1, "-522 A| ", 2, kKrAfterLast},  // a direct write
+      {"AAB", "B", 1, "1 | SISISSDF A-2", 1, kKrAfterLast},  // while draining
+      {"AAB", "B", 1, "1 A| SISISSDF A-2", 2, kKrBeforeFirst},
   };
   for (auto const& c : cases) {
     for (int missCode : {-510, -511}) {
-      SCOPED_TRACE(std::string(c.a) + " vs " + c.b + " " + std::to_string(missCode));
       DiffRun run(c.a, c.b);
       run.log.missCode = missCode;
-      EXPECT_EQ(run.Run(c.ratio), c.result);
-      EXPECT_EQ(Contents(run.onlyFirst.file), c.onlyFirst);
-      EXPECT_EQ(Contents(run.onlySecond.file), c.onlySecond);
-      EXPECT_EQ(run.log.log, c.ops);
-      EXPECT_EQ(run.counts, c.counts);
+      run.onlyFirst.at = c.at;
+      run.onlyFirst.code = c.code;
+      EXPECT_EQ(run.Summary(c.ratio), c.summary) << c.a << " vs " << c.b << ", " << missCode;
     }
   }
 }
 
 // Whichever call fails (a step or comparison of an input, a diff-list call,
 // a write), Diff ends with its code at once, calling nothing more, and what
-// was written stays: a start of the full run's output. A write answering -521
-// or -522 while draining ends it quietly, though it counts as written.
+// was written stays: a start of the full run's output.
 TEST(ContainerDiffer, EndsWithTheFailureOfAnyCall) {
   DiffRun full("ABCDEE", "BDAFEC");
   full.Run(1);
@@ -246,23 +246,6 @@ TEST(ContainerDiffer, EndsWithTheFailureOfAnyCall) {
     EXPECT_EQ(a.rfind(Contents(failed.onlyFirst.file), 0), 0u) << n;
     EXPECT_EQ(b.rfind(Contents(failed.onlySecond.file), 0), 0u) << n;
   }
-  struct Case {
-    char const *a, *b;
-    int at, code, result;
-    char const* written;
-  } const cases[] = {{"AB", "", 2, kKrAfterLast, kKrAfterLast, "A"},  // a direct write
-                     {"AAB", "B", 1, kKrAfterLast, 1, ""},            // while draining
-                     {"AAB", "B", 2, kKrBeforeFirst, 1, "A"}};
-  for (Case const& c : cases) {
-    DiffRun run(c.a, c.b);
-    run.onlyFirst.at = c.at;
-    run.onlyFirst.code = c.code;
-    EXPECT_EQ(run.Run(1), c.result) << c.a << " " << c.code;
-    EXPECT_EQ(Contents(run.onlyFirst.file), c.written) << c.a << " " << c.code;
-  }
-  KrVContainerDiffer none;  // no diff list
-  Records one("A", 1);
-  EXPECT_EQ(none.Diff(&one, &one, nullptr, nullptr, 1), kKrNotImplemented);
 }
 
 // Evens against odds: every pair compared is a mismatch, so the comparisons
@@ -284,7 +267,6 @@ TEST(ContainerDiffer, MismatchBudget) {
     DiffRun run(evens, odds);
     EXPECT_EQ(run.Run(c.ratio), 1);
     EXPECT_EQ(run.first.compares, c.comparisons) << c.n << " x " << c.ratio;
-    EXPECT_TRUE(run.onlyFirst.Sorted() == evens && run.onlySecond.Sorted() == odds) << c.ratio;
   }
 }
 
