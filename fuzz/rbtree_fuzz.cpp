@@ -22,7 +22,6 @@ using kr_fuzz::FuzzInput;
 using namespace kr_test;
 
 constexpr long kNone = -1000;
-constexpr int kChanged = -513;
 
 struct Entry {
   Item item;
@@ -92,7 +91,7 @@ class TreeRun {
   // A change makes the iterator kept from before it answer -513.
   void Changed() {
     ++changes_;
-    if (stale_) KR_FUZZ_CHECK(stale_->Next() == kChanged);
+    if (stale_) KR_FUZZ_CHECK(stale_->Next() == kKrContainerChanged);
     stale_.reset();
   }
 

@@ -228,26 +228,6 @@ TEST(ContainerDiffer, ScenariosWithTheirDiffListTraffic) {
   }
 }
 
-// Whichever call fails (a step or comparison of an input, a diff-list call,
-// a write), Diff ends with its code at once, calling nothing more, and what
-// was written stays: a start of the full run's output.
-TEST(ContainerDiffer, EndsWithTheFailureOfAnyCall) {
-  DiffRun full("ABCDEE", "BDAFEC");
-  full.Run(1);
-  std::string const ops = full.log.log, a = Contents(full.onlyFirst.file),
-                    b = Contents(full.onlySecond.file);
-  for (char op : std::string("FNSID")) ASSERT_NE(ops.find(op), std::string::npos) << op;
-  for (int n = 1; n <= full.failure.calls; ++n) {
-    DiffRun failed("ABCDEE", "BDAFEC");
-    failed.failure.at = n;
-    EXPECT_EQ(failed.Run(1), kFail) << n;
-    EXPECT_EQ(failed.failure.calls, n);
-    EXPECT_EQ(ops.rfind(failed.log.log, 0), 0u) << n;
-    EXPECT_EQ(a.rfind(Contents(failed.onlyFirst.file), 0), 0u) << n;
-    EXPECT_EQ(b.rfind(Contents(failed.onlySecond.file), 0), 0u) << n;
-  }
-}
-
 // Evens against odds: every pair compared is a mismatch, so the comparisons
 // made are the budget: ratio x the larger count, truncated; 10 when that is
 // below 1 but positive; unlimited for NaN; none for 0 or a negative ratio.
@@ -272,7 +252,9 @@ TEST(ContainerDiffer, MismatchBudget) {
 
 // Two sorted multisets of bytes, then random insertions, deletions and swaps
 // of neighbours on either side: whatever the ratio, the outputs are exactly
-// the multiset differences.
+// the multiset differences. Whichever call then fails (a step or comparison
+// of an input, a diff-list call, a write), Diff ends with its code at once,
+// calling nothing more, and what was written stays: a start of the output.
 TEST(ContainerDiffer, AgreesWithSetDifferenceOnRandomEdits) {
   std::mt19937 random(8);
   for (int trial = 0; trial < 300; ++trial) {
@@ -298,10 +280,16 @@ TEST(ContainerDiffer, AgreesWithSetDifferenceOnRandomEdits) {
                         std::back_inserter(onlyB));
     for (double ratio : {0.0, 0.05, 1.0, 10.0}) {
       SCOPED_TRACE(std::to_string(trial) + " " + std::to_string(ratio));
-      DiffRun run(sides[0], sides[1]);
+      DiffRun run(sides[0], sides[1]), failed(sides[0], sides[1]);
       ASSERT_EQ(run.Run(ratio), onlyA.empty() && onlyB.empty() ? 0 : 1);
       ASSERT_EQ(run.onlyFirst.Sorted(), onlyA);
       ASSERT_EQ(run.onlySecond.Sorted(), onlyB);
+      failed.failure.at = 1 + static_cast<int>(random() % run.failure.calls);
+      ASSERT_EQ(failed.Run(ratio), kFail);
+      ASSERT_EQ(failed.failure.calls, failed.failure.at);
+      ASSERT_EQ(run.log.log.rfind(failed.log.log, 0), 0u);
+      ASSERT_EQ(Contents(run.onlyFirst.file).rfind(Contents(failed.onlyFirst.file), 0), 0u);
+      ASSERT_EQ(Contents(run.onlySecond.file).rfind(Contents(failed.onlySecond.file), 0), 0u);
     }
   }
 }

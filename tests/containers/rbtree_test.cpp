@@ -37,7 +37,7 @@ TEST(RBTree, NodesAndTheAppendPath) {
 // reused; a failed constructor keeps its node.
 TEST(RBTree, RefusalAndFailuresLeaveTheTreeUnchanged) {
   Calls() = ElementCalls();
-  ItemTree tree(0, 1);  // one node per block: every new node allocates
+  ItemTree tree(0);
   Fill(tree, {10, 20, 30, 40});
   EXPECT_EQ(Insert(tree, {20, 1, 99}), -512);
   EXPECT_EQ(Calls().destroyed, std::vector<int>{99});
