@@ -104,7 +104,10 @@ class TreeRun {
                                      [&](Entry const& e) { return e.item.key == v.key; });
     bool const admitted = (tree_.flags & 2) || ((tree_.flags & 1) ? first == end : !sameKey);
     unsigned short const mode = static_cast<unsigned short>((Mode() & ~0x0100) | (before ? 4 : 0));
+    int const compares = Calls().compares;
     KR_FUZZ_CHECK(kr_test::Insert(tree_, v, mode) == (admitted ? 0 : -512));
+    // Past the greatest element: one comparison, with `last`.
+    if (!model_.empty() && first == Size()) KR_FUZZ_CHECK(Calls().compares == compares + 1);
     if (!admitted) {
       KR_FUZZ_CHECK(Calls().destroyed.back() == v.serial);
       return;

