@@ -72,12 +72,16 @@ struct Fixed : KrVIterator {
 // What every container, iterator and parameter starts with, and the base
 // answers that a concrete class overrides.
 TEST(Bases, StartAndAnswerAsDocumented) {
-  // The default element functions (the tree tests copy and key elements with
-  // theirs): all elements equal; no dat; flags 1.
+  // The default element functions (the tree model keys its elements with
+  // theirs): exactly elementSize bytes copied from the key, answering 0; all
+  // elements equal; no dat; flags 1.
   KrVContainer base(6, 3);
+  char destination[8] = "xxxxxxx";
   int key = 7, order = 7, s[3] = {9, 9, 0};
+  EXPECT_EQ(base.constructorElement(&base, destination, nullptr, "abcdefgh", nullptr, 0), 0);
   EXPECT_EQ(base.compareElement(&base, key, order, nullptr, "a", nullptr, "b", nullptr), 0);
-  EXPECT_TRUE(key == 0 && order == 0 && !base.datOfElement(&base, &key, s[0], nullptr));
+  EXPECT_TRUE(std::string(destination) == "abcdefx" && key == 0 && order == 0);
+  EXPECT_FALSE(base.datOfElement(&base, &key, s[0], nullptr));
   EXPECT_EQ(base.flagsOfElement(&base, &key, s[1], nullptr), 1u);
   KrVIterator it(nullptr, &base);
   KrVParameter parameter;
