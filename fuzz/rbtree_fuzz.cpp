@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "fuzz_input.h"
@@ -21,15 +22,14 @@ using kr_fuzz::FuzzInput;
 using namespace kr_test;
 
 constexpr long kNone = -1000;
-constexpr int kChanged = -513;
 
 struct Entry {
   Item item;
   KrRBTreeNode* node;
 };
 
-bool Less(Item const& a, Item const& b) {
-  return a.key != b.key ? a.key < b.key : a.payload < b.payload;
+bool Less(Entry const& a, Entry const& b) {
+  return a.item.key != b.item.key ? a.item.key < b.item.key : a.item.payload < b.item.payload;
 }
 
 class TreeRun {
@@ -62,24 +62,14 @@ class TreeRun {
     if (!model_.empty() && in_.Coin()) return model_[Pick(Size())].item;
     return {static_cast<int>(Pick(40)), static_cast<int>(Pick(3)), 0};
   }
-  unsigned short Mode() {  // any combination of the search bits
+  unsigned short Mode() {  // any combination of 0x0010, 0x0020, 0x0040, 0x0100, 0x0200
     unsigned const bits = in_.Byte();
-    unsigned short mode = 0;
-    unsigned short const all[] = {0x0010, 0x0020, 0x0040, 0x0100, 0x0200};
-    for (int i = 0; i < 5; ++i) {
-      if (bits & (1u << i)) mode = static_cast<unsigned short>(mode | all[i]);
-    }
-    return mode;
+    return static_cast<unsigned short>((bits & 0x07) << 4 | (bits & 0x18) << 5);
   }
-  long First(Item const& v) const {  // the run of elements equal to v: [First, End)
-    return std::lower_bound(model_.begin(), model_.end(), v,
-                            [](Entry const& e, Item const& x) { return Less(e.item, x); }) -
-           model_.begin();
-  }
-  long End(Item const& v) const {
-    return std::upper_bound(model_.begin(), model_.end(), v,
-                            [](Item const& x, Entry const& e) { return Less(x, e.item); }) -
-           model_.begin();
+  // The run of elements equal to v: [first, end).
+  std::pair<long, long> Equal(Item const& v) const {
+    auto const run = std::equal_range(model_.begin(), model_.end(), Entry{v, nullptr}, Less);
+    return {run.first - model_.begin(), run.second - model_.begin()};
   }
 
   // The iterator stands on model[index], or past the end it says so.
@@ -101,7 +91,7 @@ class TreeRun {
   // A change makes the iterator kept from before it answer -513.
   void Changed() {
     ++changes_;
-    if (stale_) KR_FUZZ_CHECK(stale_->Next() == kChanged);
+    if (stale_) KR_FUZZ_CHECK(stale_->Next() == kKrContainerChanged);
     stale_.reset();
   }
 
@@ -109,16 +99,17 @@ class TreeRun {
     Item v = Value();
     v.serial = ++serials_;
     bool const before = in_.Coin();
-    long const first = First(v), end = End(v);
+    auto const [first, end] = Equal(v);
     bool const sameKey = std::any_of(model_.begin(), model_.end(),
                                      [&](Entry const& e) { return e.item.key == v.key; });
-    bool const admitted =
-        (tree_.flags & 2) || ((tree_.flags & 1) ? first == end : !sameKey);
+    bool const admitted = (tree_.flags & 2) || ((tree_.flags & 1) ? first == end : !sameKey);
     unsigned short const mode = static_cast<unsigned short>((Mode() & ~0x0100) | (before ? 4 : 0));
+    int const compares = Calls().compares;
     KR_FUZZ_CHECK(kr_test::Insert(tree_, v, mode) == (admitted ? 0 : -512));
+    // Past the greatest element: one comparison, with `last`.
+    if (!model_.empty() && first == Size()) KR_FUZZ_CHECK(Calls().compares == compares + 1);
     if (!admitted) {
       KR_FUZZ_CHECK(Calls().destroyed.back() == v.serial);
-      ++destroyed_;
       return;
     }
     model_.insert(model_.begin() + (before ? first : end), Entry{v, LastInserted()});
@@ -129,7 +120,7 @@ class TreeRun {
   void Search() {
     Item const v = Value();
     unsigned short const mode = Mode();
-    long const first = First(v), end = End(v);
+    auto const [first, end] = Equal(v);
     KrRBTreeParameter parameter;
     if (in_.Coin() && !model_.empty()) {
       long const at = first < end && in_.Coin() ? first + Pick(end - first) : Pick(Size());
@@ -172,7 +163,7 @@ class TreeRun {
     long at;
     if (in_.Coin() || model_.empty()) {  // by value: the first (last) equal element
       Item const v = Value();
-      long const first = First(v), end = End(v);
+      auto const [first, end] = Equal(v);
       Probe probe(v);
       KR_FUZZ_CHECK(tree_.DeleteElement(&probe.it, nullptr, mode, nullptr) ==
                     (first < end ? 0 : -510));
@@ -213,7 +204,6 @@ class TreeRun {
     unsigned long former = 0;
     KR_FUZZ_CHECK(tree_.Clear(nullptr, &former, nullptr) == 0);
     KR_FUZZ_CHECK(former == model_.size());
-    destroyed_ += Size();
     model_.clear();
     duplicates_ = false;
     stale_.reset();  // Clear keeps changeCount: an iterator cannot tell
@@ -222,7 +212,6 @@ class TreeRun {
   void Remove(long at) {
     KR_FUZZ_CHECK(Calls().destroyed.back() == model_[at].item.serial);
     model_.erase(model_.begin() + at);
-    ++destroyed_;
     Changed();
   }
 
@@ -231,7 +220,8 @@ class TreeRun {
     KR_FUZZ_CHECK(tree_.count == model_.size());
     KR_FUZZ_CHECK(tree_.hasDuplicates == (duplicates_ ? 1 : 0));
     KR_FUZZ_CHECK(tree_.changeCount == changes_);
-    KR_FUZZ_CHECK(static_cast<long>(Calls().destroyed.size()) == destroyed_);
+    // Every element ever built is in the tree or was destroyed once.
+    KR_FUZZ_CHECK(Calls().destroyed.size() + model_.size() == static_cast<size_t>(serials_));
     KR_FUZZ_CHECK(model_.empty() ? tree_.root == nullptr : tree_.last == model_.back().node);
   }
 
@@ -241,7 +231,6 @@ class TreeRun {
   std::unique_ptr<KrRBTreeIterator> stale_;
   bool duplicates_ = false;
   int serials_ = 0;
-  long destroyed_ = 0;
   unsigned long changes_ = 0;
 };
 

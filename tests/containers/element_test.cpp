@@ -5,12 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "tree_test_support.h"
+
 namespace {
+
+using kr_test::Steps;
 
 // Entries are {header, element} pairs; `bad` has no element. The element
 // functions log their calls ('e'lement of entry, 'k'ey, 'f'lags, 'd'at,
@@ -69,17 +72,17 @@ struct Fixed : KrVIterator {
 // What every container, iterator and parameter starts with, and the base
 // answers that a concrete class overrides.
 TEST(Bases, StartAndAnswerAsDocumented) {
-  // The default element functions: exactly elementSize bytes copied from the
-  // key; all elements equal; the element is its own key; no dat; flags 1.
+  // The default element functions (the tree model keys its elements with
+  // theirs): exactly elementSize bytes copied from the key, answering 0; all
+  // elements equal; no dat; flags 1.
   KrVContainer base(6, 3);
   char destination[8] = "xxxxxxx";
-  int key = 7, order = 7, s[4] = {9, 9, 9, 0};
+  int key = 7, order = 7, s[3] = {9, 9, 0};
   EXPECT_EQ(base.constructorElement(&base, destination, nullptr, "abcdefgh", nullptr, 0), 0);
   EXPECT_EQ(base.compareElement(&base, key, order, nullptr, "a", nullptr, "b", nullptr), 0);
   EXPECT_TRUE(std::string(destination) == "abcdefx" && key == 0 && order == 0);
-  EXPECT_TRUE(base.keyOfElement(&base, &key, s[0], nullptr) == &key && !base.destructorElement);
-  EXPECT_TRUE(!base.datOfElement(&base, &key, s[1], nullptr) &&
-              base.flagsOfElement(&base, &key, s[2], nullptr) == 1);
+  EXPECT_FALSE(base.datOfElement(&base, &key, s[0], nullptr));
+  EXPECT_EQ(base.flagsOfElement(&base, &key, s[1], nullptr), 1u);
   KrVIterator it(nullptr, &base);
   KrVParameter parameter;
   unsigned long count = 99;
@@ -92,19 +95,15 @@ TEST(Bases, StartAndAnswerAsDocumented) {
                      it.UpdateElement(&it, nullptr, 0, &parameter), it.DeleteElement(0, nullptr)}) {
     EXPECT_EQ(result, kKrNotImplemented);
   }
-  EXPECT_TRUE(count == 99 && it.status == -521 && !it.GetElement(s[3], nullptr));
-  EXPECT_EQ(std::vector<int>(s, s + 4), (std::vector<int>{0, -519, 0, -2999}));
+  EXPECT_TRUE(count == 99 && it.status == -521 && !it.GetElement(s[2], nullptr));
+  EXPECT_EQ(std::vector<int>(s, s + 3), (std::vector<int>{-519, 0, -2999}));
 
-  // Statuses follow the container; copies keep the status as it stands.
-  KrVIterator none(nullptr), on(nullptr, &base);
-  on.status = 0;
-  none = on;
-  EXPECT_TRUE(KrVIterator(on).status == 0 && none.status == 0 && none.container == &base);
-  on.Destroy();
-  EXPECT_TRUE(on.status == -520 && !on.container && KrVIterator(nullptr, nullptr).status == -520);
-  EXPECT_EQ((on = &base).status, -521);
-  on.SetContainer(nullptr);
-  EXPECT_EQ(on.status, -520);
+  // The status follows the container.
+  it.Destroy();
+  EXPECT_TRUE(it.status == -520 && !it.container && KrVIterator(nullptr, nullptr).status == -520);
+  EXPECT_EQ((it = &base).status, -521);
+  it.SetContainer(nullptr);
+  EXPECT_EQ(it.status, -520);
 
   // A parameter copy carries the entry only; assignment keeps the aux.
   KrVParameter source, target;
@@ -113,8 +112,8 @@ TEST(Bases, StartAndAnswerAsDocumented) {
   source.aux = &key;
   target.aux = &base;
   target = source;
-  EXPECT_TRUE(KrVParameter(source).entry == &count && target.entry == &count);
-  EXPECT_EQ(target.aux, &base);
+  EXPECT_TRUE(KrVParameter(source).entry == &count && target.entry == &count &&
+              target.aux == &base);
 }
 
 // Parts are read in the order element, key, flags, dat, only those asked for,
@@ -135,9 +134,10 @@ TEST(EntryParts, ReadInOrderUpToTheFirstFailure) {
     char fail;      // part failing with -7; 'D': -519; 'K': no key function
     int result;
     char const* log;
-  } const cases[] = {{&r, 0, 'k', -7, "ek"},  {&r, 0, 'f', -7, "ekf"},   {&r, 0, 'd', -7, "ekfd"},
-                     {&r, 0, 'D', -519, "ekfd"}, {&r, 0, 'K', -2999, "e"}, {nullptr, 1, 0, -2999, "e"},
-                     {nullptr, 0, 0, 0, "e"}, {&c.bad, 1, 0, -2999, "e"}};
+  } const cases[] = {{&r, 0, 'k', -7, "ek"},    {&r, 0, 'f', -7, "ekf"},
+                     {&r, 0, 'd', -7, "ekfd"},  {&r, 0, 'D', -519, "ekfd"},
+                     {&r, 0, 'K', -2999, "e"},  {nullptr, 1, 0, -2999, "e"},
+                     {nullptr, 0, 0, 0, "e"},   {&c.bad, 1, 0, -2999, "e"}};
   for (Case const& x : cases) {
     c.log.clear();
     c.fail = {{x.fail, -7}, {'d', x.fail == 'D' ? -519 : x.fail == 'd' ? -7 : 0}};
@@ -203,42 +203,26 @@ TEST(CompareElement, NegatesTheCompareFunctionAndPassesFailuresOut) {
   EXPECT_TRUE(mine.seen.empty());  // never called
 }
 
-// Runs steps ('F'irst, 'L'ast, 'N'ext, 'P'rior) and lists the statuses.
-std::string Steps(KrVIterator& it, char const* steps) {
-  std::string results;
-  for (; *steps; ++steps) {
-    char c = *steps;
-    results += std::to_string(c == 'F' ? it.First() : c == 'L' ? it.Last() : c == 'N' ? it.Next()
-                                                                                     : it.Prior());
-    results += " ";
-  }
-  return results;
-}
-
 TEST(OneEntryContainer, MovesAsItsTableSaysAndAnswersItsTriple) {
   int key = 1, dat = 2;
   KrOneEntryContainer full(&key, &dat, 0x1234), empty(nullptr, nullptr, 0), noDat(&key, nullptr, 7);
-  KrOneEntryIterator onFull(&full, nullptr), onEmpty(&empty, nullptr), none(nullptr, nullptr);
-  EXPECT_TRUE(onFull.status == 0 && onEmpty.status == -521);
-  EXPECT_EQ(Steps(onFull, "FNNLPPNPNP"), "0 -522 -522 0 -521 -521 0 -521 0 -521 ");
-  EXPECT_EQ(Steps(onEmpty, "FLPFN"), "-521 -522 0 -521 0 ");  // lands "on" it unasked
-  EXPECT_EQ(Steps(none, "FLNP"), "-520 -520 -520 -520 ");
-  onFull.status = -523;
-  EXPECT_EQ(Steps(onFull, "NPF"), "-523 -523 0 ");
+  KrOneEntryIterator it(&full, nullptr), onEmpty(&empty, nullptr), none(nullptr, nullptr);
+  EXPECT_TRUE(it.status == 0 && onEmpty.status == -521);
+  EXPECT_EQ(Steps(it, "FNNLPPNPNP", false), "0 -522 -522 0 -521 -521 0 -521 0 -521 ");
+  EXPECT_EQ(Steps(onEmpty, "FLPFN", false), "-521 -522 0 -521 0 ");  // lands "on" it unasked
+  EXPECT_EQ(Steps(none, "FLNP", false), "-520 -520 -520 -520 ");
+  it.status = -523;
+  EXPECT_EQ(Steps(it, "NPF", false), "-523 -523 0 ");
 
-  KrOneEntryIterator it(&full, nullptr), bare(&noDat, nullptr);
-  EXPECT_TRUE(full.GetType() == 4 && it.GetType() == 4);
+  // Its key and dat are every tree probe's; the flags come through the base.
+  KrOneEntryIterator bare(&noDat, nullptr), result(&full, nullptr);
   int status = 9;
-  EXPECT_TRUE(it.GetEntry(status, nullptr) == &key && it.GetKey(status, nullptr) == &key);
-  EXPECT_TRUE(it.GetDat(status, nullptr) == &dat && it.GetFlags(status, nullptr) == 0x1234u);
-  EXPECT_EQ(status, 0);
+  EXPECT_TRUE(it.GetFlags(status, nullptr) == 0x1234u && status == 0 && full.GetType() == 4);
   EXPECT_TRUE(!bare.GetDat(status, nullptr) && status == -519 && bare.status == 0);
-  KrOneEntryIterator result(&full, nullptr);
   EXPECT_EQ(full.SearchElement(&it, nullptr, 0, nullptr, &result), -510);
   EXPECT_EQ(result.status, -522);
   it.Next();
-  EXPECT_TRUE(!it.GetKey(status, nullptr) && status == -522);
-  EXPECT_TRUE(!it.GetDat(status, nullptr) && status == -522);
+  EXPECT_TRUE(!it.GetKey(status, nullptr) && !it.GetDat(status, nullptr) && status == -522);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include <kr/containers.h>
 
+#include <string>
 #include <vector>
 
 namespace kr_test {
@@ -91,6 +92,21 @@ inline std::vector<int> Serials(KrRBTree& tree, bool backwards = false) {
     serials.insert(backwards ? serials.begin() : serials.end(), SerialAt(it));
   }
   return serials;
+}
+
+// Runs steps ('F'irst, 'L'ast, 'N'ext, 'P'rior, 'D'elete) and lists their
+// statuses, each 0 followed by the serial stood on when `serials` is set.
+inline std::string Steps(KrVIterator& it, char const* steps, bool serials = true) {
+  std::string results;
+  for (; *steps; ++steps) {
+    char const c = *steps;
+    int const s = c == 'F' ? it.First() : c == 'L' ? it.Last() : c == 'N' ? it.Next()
+                : c == 'P' ? it.Prior() : it.DeleteElement(0, nullptr);
+    results += std::to_string(s);
+    if (s == 0 && serials) results += ":" + std::to_string(SerialAt(it));
+    results += " ";
+  }
+  return results;
 }
 
 }  // namespace kr_test
