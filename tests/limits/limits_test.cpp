@@ -1,7 +1,7 @@
 // Sizes at the limits, each in seconds at most: a million sorted and a million equal elements
-// sort at once, and a compare function answering at random leaves a permutation; the largest
-// entry ring fills both ways; ten million tree nodes are inserted, walked, checked, emptied;
-// krinfo reads a file beyond 2 GiB whole.
+// sort at once, and a compare function answering at random leaves a permutation; the smallest
+// and largest entry rings fill both ways; ten million tree nodes are inserted, walked, checked
+// and emptied; krinfo reads a file beyond 2 GiB whole.
 #include <kr/arrays.h>
 #include <kr/containers.h>
 
@@ -49,20 +49,25 @@ TEST(Limits, MillionElementSorts) {
 int gCounted = 0;
 void Count(KrTransactionContext*, void*) { ++gCounted; }
 
-TEST(Limits, LargestEntryRingFillsBothWays) {
-  std::string buffer(65535u * 4, '\0');
-  for (bool forwards : {true, false}) {
-    gCounted = 0;
-    {
-      KrEntryStack stack(nullptr, &buffer[0], 4, 65535, Count, Count);
-      EXPECT_EQ(stack.last, &buffer[0] + 65534 * 4);
-      for (void* entry; (entry = forwards ? stack.GetNextEntry() : stack.GetPrevEntry());) {
-        ASSERT_EQ(stack.SetCurrentEntryWithTest(entry), entry);
+// Rings of one entry and of the most an entry stack holds fill both ways: one
+// construction per entry, and one destruction each when the stack goes.
+TEST(Limits, SmallestAndLargestEntryRingsFillBothWays) {
+  for (unsigned short const entries : {1, 65535}) {
+    std::string buffer(entries * 4u, '\0');
+    for (bool forwards : {true, false}) {
+      gCounted = 0;
+      {
+        KrEntryStack stack(nullptr, &buffer[0], 4, entries, Count, Count);
+        EXPECT_EQ(stack.last, &buffer[0] + (entries - 1) * 4);
+        for (void* entry; (entry = forwards ? stack.GetNextEntry() : stack.GetPrevEntry());) {
+          ASSERT_EQ(stack.SetCurrentEntryWithTest(entry), entry);
+        }
+        EXPECT_EQ(gCounted, entries);
+        // Forwards the walk ends on the last entry; backwards, past the first, on the second.
+        EXPECT_EQ(stack.current, forwards ? stack.last : &buffer[0] + (entries > 1 ? 4 : 0));
       }
-      EXPECT_EQ(gCounted, 65535);  // one construction each
-      EXPECT_EQ(stack.current, forwards ? stack.last : &buffer[4]);
+      EXPECT_EQ(gCounted, 2 * entries) << entries;
     }
-    EXPECT_EQ(gCounted, 2 * 65535);  // and one destruction each
   }
 }
 
