@@ -85,7 +85,9 @@ TEST(Limits, TenMillionTreeNodes) {
   KrOneEntryContainer probe(&value, nullptr, 0);
   KrOneEntryIterator at(&probe, nullptr);
   constexpr int kNodes = 10000000;
-  for (value = 0; value < kNodes; ++value) ASSERT_EQ(big.InsertElement(&at, nullptr, 0, nullptr), 0);
+  for (value = 0; value < kNodes; ++value) {
+    ASSERT_EQ(big.InsertElement(&at, nullptr, 0, nullptr), 0);
+  }
   KrRBTreeIterator walk(&big, nullptr);
   int expected = 0, status = 0;
   for (int step = walk.First(); step == 0; step = walk.Next(), ++expected) {
