@@ -309,17 +309,15 @@ TEST(LinkedLists, AgreeWithAStdListModel) {
       model.remove(chosen);
       delete chosen;
     }
-    std::vector<Node*> walked, walkedSimply;
-    for (KrLinkedListItem* at = list.head; at; at = at->next) {
+    std::vector<Node*> walked;
+    KrSimpleLinkedListItem* simply = simple.head;  // walked alongside: the same nodes
+    for (KrLinkedListItem* at = list.head; at; at = at->next, simply = simply->next) {
       ASSERT_EQ(at->previous, walked.empty() ? nullptr : walked.back());
       walked.push_back(static_cast<Node*>(at));
+      ASSERT_EQ(static_cast<Node*>(simply), walked.back()) << step;
     }
-    for (KrSimpleLinkedListItem* at = simple.head; at; at = at->next) {
-      walkedSimply.push_back(static_cast<Node*>(at));
-    }
-    ASSERT_EQ(list.tail, walked.empty() ? nullptr : walked.back());
+    ASSERT_TRUE(list.tail == (walked.empty() ? nullptr : walked.back()) && !simply) << step;
     ASSERT_EQ(walked, std::vector<Node*>(model.begin(), model.end())) << step;
-    ASSERT_EQ(walkedSimply, walked) << step;
   }
   std::string order;
   for (Node const* node : model) order += std::to_string(node->id) + " ";
@@ -347,10 +345,8 @@ TEST(BitString, AgreesWithAVectorModel) {
       unsigned long at = 99, found = first(std::min(i, length), length, wanted);
       unsigned const operation = random() % 8;
       SCOPED_TRACE(testing::Message() << "length " << length << " step " << step);
-      if (operation == 0) {
-        ASSERT_EQ(bits.Set(i), ok);
-      } else if (operation == 1) {
-        ASSERT_EQ(bits.Reset(i), ok);
+      if (operation < 2) {
+        ASSERT_EQ(operation == 0 ? bits.Set(i) : bits.Reset(i), ok);
       } else if (operation == 2) {
         ASSERT_TRUE(bits.Flip(i, value) == ok && (!inside || value == model[i]));
       } else if (operation == 3) {
@@ -399,21 +395,19 @@ TEST(EntryCache, ShapesAndHandingOut) {
   cache.UngetEntry(first);
   EXPECT_TRUE(cache.GetEntry() == first && cache.GetEntry() == block + link + 16);
   EXPECT_TRUE(cache.GetEntry() == block + link && copy.entrySize == 16 && !copy.usedBlocks);
-  {
-    kr_test::AllocationFailure failure(1);
-    EXPECT_TRUE(cache.GetEntry() == nullptr && kr_test::LastFailedSize() == 64 + link);
-  }
+  kr_test::FailNthAllocation(1);
+  EXPECT_TRUE(cache.GetEntry() == nullptr && kr_test::LastFailedSize() == 64 + link);
+  kr_test::StopFailingAllocations();
   EXPECT_TRUE(cache.GetEntry() == cache.usedBlocks + link + 48 && cache.oldestUsedBlock == block);
   char* const newest = cache.usedBlocks;
   cache.UngetEntry(cache.GetEntry());
   cache.UngetAllEntries();
   EXPECT_TRUE(!cache.usedBlocks && !cache.oldestUsedBlock && !cache.remaining);
   void* again[9];
-  {
-    kr_test::AllocationFailure failure(1, true);
-    for (void*& entry : again) entry = cache.GetEntry();
-    EXPECT_EQ(kr_test::AllocationCalls(), 1u);  // only the ninth entry needed memory
-  }
+  kr_test::FailAllocationsFrom(1);
+  for (void*& entry : again) entry = cache.GetEntry();
+  kr_test::StopFailingAllocations();
+  EXPECT_EQ(kr_test::AllocationCalls(), 1u);  // only the ninth entry needed memory
   EXPECT_TRUE(again[0] == newest + link + 48 && again[4] == block + link + 48 && !again[8]);
   cache.Clear();
   EXPECT_TRUE(!cache.usedBlocks && !cache.freeBlocks);  // leaks would show under ASan
@@ -422,21 +416,19 @@ TEST(EntryCache, ShapesAndHandingOut) {
 const unsigned short kSize = 12;
 char gBuffer[5 * kSize];
 char* Entry(int i) { return gBuffer + i * kSize; }
-void Record(char sign, KrTransactionContext* context, void* entry) {
+KrTransactionContext* const gContext = reinterpret_cast<KrTransactionContext*>(&gLog);
+template <char kSign>  // '+' builds, '-' destroys
+void Record(KrTransactionContext* context, void* entry) {
   long const i = (static_cast<char*>(entry) - gBuffer) / kSize;
-  gLog += context == reinterpret_cast<KrTransactionContext*>(&gLog) ? sign + std::to_string(i) + " "
-                                                                    : "?";
+  gLog += context == gContext ? kSign + std::to_string(i) + " " : "?";
 }
 
 // Steps build entries on first visit and fail when the ring is full that way; the current
 // entry moves only to a built one; destruction runs from `begin` when the ring has wrapped.
 TEST(EntryStack, WalksBothWaysAroundTheRing) {
-  auto const create = [](KrTransactionContext* c, void* e) { Record('+', c, e); };
-  auto const destroy = [](KrTransactionContext* c, void* e) { Record('-', c, e); };
   gLog.clear();
   {
-    KrEntryStack stack(reinterpret_cast<KrTransactionContext*>(&gLog), gBuffer, kSize, 5, create,
-                       destroy);
+    KrEntryStack stack(gContext, gBuffer, kSize, 5, Record<'+'>, Record<'-'>);
     EXPECT_TRUE(stack.last == Entry(4) && stack.GetNextEntry() == Entry(1));
     EXPECT_TRUE(stack.current == Entry(0) && stack.GetPrevEntry() == Entry(4));  // wraps
     EXPECT_EQ(stack.SetCurrentEntryWithTest(Entry(2)), nullptr);
@@ -447,10 +439,8 @@ TEST(EntryStack, WalksBothWaysAroundTheRing) {
     EXPECT_EQ(stack.GetNextEntry(), Entry(3));  // built already
     EXPECT_TRUE(stack.SetCurrentEntryWithTest(Entry(1)) && stack.GetNextEntry() == nullptr);
     stack.Destroy(Entry(1), Entry(3));
-    EXPECT_EQ(gLog, "+0 +1 +4 +3 +2 -1 -2 -3 ");
-    gLog.clear();
   }
-  EXPECT_EQ(gLog, "-0 -1 -2 -3 -4 ");
+  EXPECT_EQ(gLog, "+0 +1 +4 +3 +2 -1 -2 -3 -0 -1 -2 -3 -4 ");  // Destroy, then the destructor
 }
 
 }  // namespace
