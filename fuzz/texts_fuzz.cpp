@@ -75,11 +75,10 @@ void CheckPath(std::string path) {
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   FuzzInput in(data, size);
-  int const code =
-      static_cast<int>(in.Byte() | in.Byte() << 8 | in.Byte() << 16 | in.Byte() << 24);
+  unsigned const any = in.Byte() | in.Byte() << 8 | in.Byte() << 16 | in.Byte() << 24;
   // Codes near the table's ranges most of the time, any int now and then.
   int const near = static_cast<int>(in.Pick(20000)) - 8000;
-  int const chosen = in.Pick(4) == 0 ? code : near;
+  int const chosen = in.Pick(4) == 0 ? static_cast<int>(any) : near;
   std::string context;
   for (unsigned char c : in.Bytes(in.Pick(40))) context += static_cast<char>(' ' + c % 95);
   CheckLine(KrError, false, context, chosen);
