@@ -233,10 +233,10 @@ TEST(Statistics, EachOperationChangesOnlyItsCounterAndClearKeepsTheLastThree) {
   alignas(S) unsigned char storage[sizeof(S)] = {};  // zeroed, as the process object's
   S& stats = *new (storage) S;
   stats.locks = 0x7FFFFFFF;
-  for (int i = 0; i < 19; ++i) {
-    for (int n = 0; n <= i; ++n) EXPECT_EQ(&(stats.*steps[i])(), &stats);
+  for (auto const& step : steps) {
+    for (auto n = &step - steps; n >= 0; --n) EXPECT_EQ(&(stats.*step)(), &stats);
   }
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(&(stats.*adds[i])(-(10L << i)), &stats);
+  for (auto const& add : adds) EXPECT_EQ(&(stats.*add)(-(10L << (&add - adds))), &stats);
   EXPECT_EQ(Counters(stats), std::vector<int>({-1, 3, 4, 5, 6, 7, 8, -1, -1, -1,
                                                0x7FFFFFFF - 11, -21, -40, -80, 19}));
   stats.flags = 0x12;
