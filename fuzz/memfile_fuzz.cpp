@@ -14,6 +14,7 @@
 namespace {
 
 using kr_fuzz::FuzzInput;
+using Bytes = std::vector<unsigned char>;
 
 constexpr long kMostSegments = 7;
 constexpr unsigned kLargestShift = 15;
@@ -22,7 +23,7 @@ long Ceil(long size, unsigned shift) { return (size + (1L << shift) - 1) >> shif
 
 // What a file should hold.
 struct Model {
-  std::vector<unsigned char> bytes;
+  Bytes bytes;
   long position = 0;
   unsigned shift, initialShift;
   long segments = 0;
@@ -43,8 +44,10 @@ struct Model {
     segments = need;
     bytes.resize(static_cast<size_t>(size), 0);
   }
-  void GrowTo(long size) {
-    if (Size() < size) SizeSet(size);
+  // Writes `data` at `at`, growing the file to hold it.
+  void Write(long at, Bytes const& data) {
+    if (Size() < at + static_cast<long>(data.size())) SizeSet(at + static_cast<long>(data.size()));
+    std::copy(data.begin(), data.end(), bytes.begin() + at);
   }
   // A block large enough stays where it is; only the size changes.
   void SizeSetDontShrink(long size) {
@@ -83,16 +86,15 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
   long const at = static_cast<long>(in.Pick(static_cast<unsigned>(size) + 1));
   long n = Length(in);
   if (size + n > (1L << 20)) n %= 4096;  // keeps the files below about a megabyte
-  std::vector<unsigned char> data(static_cast<size_t>(n), static_cast<unsigned char>(in.Byte()));
-  switch (in.Pick(10)) {
+  Bytes const data(static_cast<size_t>(n), static_cast<unsigned char>(in.Byte()));
+  switch (in.Pick(9)) {
     case 0:  // write at or before the end
       KR_FUZZ_CHECK(file.Put(data.data(), at, n) == n);
-      model.GrowTo(at + n);
-      std::copy(data.begin(), data.end(), model.bytes.begin() + at);
+      model.Write(at, data);
       break;
     case 1: {  // read, cut at the end
       long const want = std::min(n, size - at);
-      std::vector<unsigned char> out(static_cast<size_t>(n) + 1);
+      Bytes out(static_cast<size_t>(n) + 1);
       KR_FUZZ_CHECK(file.Get(out.data(), at, n) == (file.buffer ? want : 0));
       KR_FUZZ_CHECK(std::equal(out.begin(), out.begin() + want, model.bytes.begin() + at));
       break;
@@ -101,9 +103,7 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       long const from = static_cast<long>(in.Pick(static_cast<unsigned>(size) + 1));
       n = std::min(n, size - from);
       KR_FUZZ_CHECK(file.Copy(at, from, n) == n);
-      std::vector<unsigned char> moved(model.bytes.begin() + from, model.bytes.begin() + from + n);
-      model.GrowTo(at + n);
-      std::copy(moved.begin(), moved.end(), model.bytes.begin() + at);
+      model.Write(at, Bytes(model.bytes.begin() + from, model.bytes.begin() + from + n));
       break;
     }
     case 3:  // remove a range; the growth rule sees the size before the removal
@@ -123,18 +123,7 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       }
       file.InitializeWith(0, size);
       break;
-    case 5: {  // seek from the start, the position or the end
-      unsigned short const whence = static_cast<unsigned short>(in.Pick(3));
-      long const offset = whence == 1 ? at - model.position : whence == 2 ? size - at : at;
-      unsigned long length = static_cast<unsigned long>(n);
-      unsigned char* p = file.Seek(offset, whence, &length, 0);
-      bool const refused = at == size && n > 0;
-      KR_FUZZ_CHECK((p == nullptr) == (refused || !file.buffer));
-      KR_FUZZ_CHECK(length == (refused ? 0ul : static_cast<unsigned long>(std::min(n, size - at))));
-      if (!refused) model.position = at;
-      break;
-    }
-    case 6: {  // append a word at the end
+    case 5: {  // append a word at the end
       file.position = size;
       int rc = -1;
       unsigned long const value = in.Byte() * 0x01010101ul;
@@ -144,12 +133,11 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       model.position = size + 4;
       break;
     }
-    case 7: {  // from the other file, at this file's position; length 0 takes the rest
+    case 6: {  // from the other file, at `at` as this file's position; length 0 takes the rest
       long const from = static_cast<long>(in.Pick(static_cast<unsigned>(otherModel.Size()) + 1));
       long const take = std::min(n, otherModel.Size() - from);
       long const expected = take == 0 ? otherModel.Size() - from : take;
-      model.position = std::min(model.position, size);
-      file.position = model.position;
+      file.position = model.position = at;
       // A source without a block yields no pointer: nothing is written and
       // its position is left at 0.
       bool const noBlock = other.buffer == nullptr;
@@ -158,12 +146,13 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       KR_FUZZ_CHECK(written == (noBlock ? 0 : expected));
       KR_FUZZ_CHECK(other.position == (noBlock ? 0 : otherModel.position));
       otherModel.position = other.position;
-      if (noBlock) break;
-      model.GrowTo(model.position + expected);
-      std::copy_n(otherModel.bytes.begin() + from, expected, model.bytes.begin() + model.position);
+      if (!noBlock) {
+        model.Write(at, Bytes(otherModel.bytes.begin() + from,
+                              otherModel.bytes.begin() + from + expected));
+      }
       break;
     }
-    case 8:
+    case 7:
       file.Exchange(&other);
       std::swap(model, otherModel);
       break;
