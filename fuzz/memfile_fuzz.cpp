@@ -51,11 +51,8 @@ struct Model {
   }
   // A block large enough stays where it is; only the size changes.
   void SizeSetDontShrink(long size) {
-    if (segments > 0 && Capacity() >= size) {
-      bytes.resize(static_cast<size_t>(size), 0);
-    } else {
-      SizeSet(size);
-    }
+    if (segments == 0 || Capacity() < size) SizeSet(size);
+    bytes.resize(static_cast<size_t>(size), 0);
   }
   // The content of `from` at position 0, as a copy or an assignment makes it.
   void Assign(Model const& from) {
