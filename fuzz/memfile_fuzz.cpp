@@ -33,10 +33,13 @@ struct Model {
   long Size() const { return static_cast<long>(bytes.size()); }
 
   // The growth rule; grown bytes are zero. Emptying the file, or shrinking
-  // it into one segment, goes back to the initial segment size.
-  void SizeSet(long size) {
+  // it into one segment, goes back to the initial segment size; with `keep`,
+  // a block large enough stays as it is and only the size changes.
+  void SizeSet(long size, bool keep = false) {
     long need = Ceil(size, shift);
-    if (size == 0 || (size < Size() && need <= 1)) {
+    if (keep && segments > 0 && Capacity() >= size) {
+      need = segments;
+    } else if (size == 0 || (size < Size() && need <= 1)) {
       shift = initialShift;
       need = Ceil(size, shift);
     }
@@ -48,11 +51,6 @@ struct Model {
   void Write(long at, Bytes const& data) {
     if (Size() < at + static_cast<long>(data.size())) SizeSet(at + static_cast<long>(data.size()));
     std::copy(data.begin(), data.end(), bytes.begin() + at);
-  }
-  // A block large enough stays where it is; only the size changes.
-  void SizeSetDontShrink(long size) {
-    if (segments == 0 || Capacity() < size) SizeSet(size);
-    bytes.resize(static_cast<size_t>(size), 0);
   }
   // The content of `from` at position 0, as a copy or an assignment makes it.
   void Assign(Model const& from) {
@@ -110,22 +108,19 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       std::copy(model.bytes.begin() + at + n, model.bytes.end(), model.bytes.begin() + at);
       model.SizeSet(size - n);
       break;
-    case 4:  // resize; or keep the block where it is large enough
-      if (in.Coin()) {
-        KR_FUZZ_CHECK(file.SizeSet(at + n, 0) == 0);
-        model.SizeSet(at + n);
-      } else {
-        KR_FUZZ_CHECK(file.SizeSetDontShrink(at + n, 0) == 0);
-        model.SizeSetDontShrink(at + n);
-      }
+    case 4: {  // resize; or keep the block where it is large enough
+      bool const keep = !in.Coin();
+      KR_FUZZ_CHECK((keep ? file.SizeSetDontShrink(at + n, 0) : file.SizeSet(at + n, 0)) == 0);
+      model.SizeSet(at + n, keep);
       file.InitializeWith(0, size);
       break;
+    }
     case 5: {  // append a word at the end
       file.position = size;
       int rc = -1;
       unsigned long const value = in.Byte() * 0x01010101ul;
       KR_FUZZ_CHECK(file.Write(value, rc) == 4 && rc == 0);
-      model.SizeSetDontShrink(size + 4);
+      model.SizeSet(size + 4, true);
       std::fill(model.bytes.begin() + size, model.bytes.end(), static_cast<unsigned char>(value));
       model.position = size + 4;
       break;
@@ -135,18 +130,14 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       long const take = std::min(n, otherModel.Size() - from);
       long const expected = take == 0 ? otherModel.Size() - from : take;
       file.position = model.position = at;
-      // A source without a block yields no pointer: nothing is written and
-      // its position is left at 0.
+      // A source without a block yields no pointer: nothing is written, and
+      // its position is left at 0 instead of being restored.
       bool const noBlock = other.buffer == nullptr;
-      long const written =
-          file.Put(&other, static_cast<unsigned long>(take), static_cast<unsigned long>(from));
-      KR_FUZZ_CHECK(written == (noBlock ? 0 : expected));
-      KR_FUZZ_CHECK(other.position == (noBlock ? 0 : otherModel.position));
-      otherModel.position = other.position;
-      if (!noBlock) {
-        model.Write(at, Bytes(otherModel.bytes.begin() + from,
-                              otherModel.bytes.begin() + from + expected));
-      }
+      KR_FUZZ_CHECK(file.Put(&other, static_cast<unsigned long>(take),
+                             static_cast<unsigned long>(from)) == (noBlock ? 0 : expected));
+      auto const source = otherModel.bytes.begin() + from;
+      if (!noBlock) model.Write(at, Bytes(source, source + expected));
+      if (noBlock) otherModel.position = 0;
       break;
     }
     case 7:
