@@ -319,14 +319,15 @@ TEST(ByteRuns, WideOperationsAgreeWithPlainOnes) {
   using kr_detail::PlainBytes;
   using kr_detail::WideBytes;
   std::mt19937 random(11);
-  Bytes src(1024), plain(1024), wide(1024);
+  Bytes src(1024), plain, wide;
   for (size_t length = 0; length <= 300; ++length) {
     for (size_t at = 64; at < 128; ++at) {
-      // Runs of random length over a small alphabet, so that both scans stop
-      // anywhere in the stretch (or nowhere).
-      for (size_t i = 0; i < src.size();) {
-        unsigned char const value = static_cast<unsigned char>(random() % 3);
-        for (size_t n = 1 + random() % (length + 2); n > 0 && i < src.size(); --n) src[i++] = value;
+      // At even lengths runs, at odd ones stretches of bytes unequal to the one
+      // before, of random length: both scans stop anywhere in the stretch (or
+      // nowhere), after any number of 64-byte steps.
+      for (size_t i = 1; i < src.size(); ++i) {
+        bool const repeat = (random() % (length / 2 + 2) != 0) == (length % 2 == 0);
+        src[i] = static_cast<unsigned char>(src[i - 1] + (repeat ? 0 : 1 + random() % 2));
       }
       unsigned char const* p = &src[at];
       unsigned char const value = p[random() % (length + 1)];
@@ -335,8 +336,7 @@ TEST(ByteRuns, WideOperationsAgreeWithPlainOnes) {
       ASSERT_EQ(WideBytes::CountUnequalToPrevious(p, length),
                 PlainBytes::CountUnequalToPrevious(p, length))
           << length << " at " << at;
-      std::fill(plain.begin(), plain.end(), 0xEE);
-      std::fill(wide.begin(), wide.end(), 0xEE);
+      wide = plain = Bytes(1024, 0xEE);
       PlainBytes::Fill(&plain[at], value, length);
       WideBytes::Fill(&wide[at], value, length);
       ASSERT_EQ(wide, plain) << "fill " << length << " at " << at;
