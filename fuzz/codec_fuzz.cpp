@@ -1,10 +1,8 @@
-// The record codec. The first input byte picks the mode:
-//  even: the rest is compressed bytes of unknown origin; whatever DScheck
-//        accepts must expand to exactly the length it reported, DSlen must
-//        agree, and no function may read outside the input;
-//  odd:  the rest is a record, compressed with a capacity taken from the
-//        next two bytes and with room to spare; the exact bytes are pinned by
-//        the worked examples of the unit tests.
+// The record codec. The first input byte picks the mode: even, the rest is
+// compressed bytes of unknown origin (whatever DScheck accepts must expand to
+// exactly the length it reported, DSlen agreeing, with no read outside the
+// input); odd, the rest is a record to compress, with a capacity from its
+// first two bytes. The unit tests' worked examples pin the exact bytes.
 #include <kr/memory.h>
 
 #include <algorithm>

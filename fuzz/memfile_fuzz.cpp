@@ -166,8 +166,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   long const segmentSizes[] = {0, 1, 8, 1000, 1024, 65536};
   long const segmentSize = segmentSizes[in.Pick(6)];
   MemFile file(0, segmentSize), other(0, segmentSize);
-  unsigned const shift = file.segmentShift;
-  Model model(shift), otherModel(shift);
+  Model model(file.segmentShift), otherModel(model);
   for (int steps = 0; steps < 200 && !in.Done(); ++steps) Step(in, file, model, other, otherModel);
   return 0;
 }
