@@ -1,8 +1,8 @@
 // Memory files under sequences of operations, against a model: the content
 // as a byte vector, the position, and the segment layout the growth rule
-// gives (segment shift and count), checked after every operation together
-// with the layout's invariants. Grown bytes are zero-filled through
-// InitializeWith, so that every byte of the content is defined.
+// gives (segment shift and count), checked after every operation. Grown
+// bytes are zero-filled through InitializeWith, so that every byte of the
+// content is defined.
 #include <kr/memory.h>
 
 #include <algorithm>
@@ -14,6 +14,7 @@
 namespace {
 
 using kr_fuzz::FuzzInput;
+using Bytes = std::vector<unsigned char>;
 
 constexpr long kMostSegments = 7;
 constexpr unsigned kLargestShift = 15;
@@ -22,7 +23,7 @@ long Ceil(long size, unsigned shift) { return (size + (1L << shift) - 1) >> shif
 
 // What a file should hold.
 struct Model {
-  std::vector<unsigned char> bytes;
+  Bytes bytes;
   long position = 0;
   unsigned shift, initialShift;
   long segments = 0;
@@ -31,28 +32,31 @@ struct Model {
   long Capacity() const { return segments << shift; }
   long Size() const { return static_cast<long>(bytes.size()); }
 
-  // The growth rule; grown bytes are zero.
-  void SizeSet(long size) {
-    if (size == 0) {
-      segments = 0;
-      shift = initialShift;
-      bytes.clear();
-      return;
-    }
+  // The growth rule; grown bytes are zero. Emptying the file, or shrinking
+  // it into one segment, goes back to the initial segment size; with `keep`,
+  // a block large enough stays as it is and only the size changes.
+  void SizeSet(long size, bool keep = false) {
     long need = Ceil(size, shift);
-    if (size < Size() && need <= 1 && shift > initialShift) {
+    if (keep && segments > 0 && Capacity() >= size) {
+      need = segments;
+    } else if (size == 0 || (size < Size() && need <= 1)) {
       shift = initialShift;
       need = Ceil(size, shift);
     }
-    while (need > kMostSegments && shift < kLargestShift) {
-      need = (need + 1) / 2;
-      ++shift;
-    }
+    for (; need > kMostSegments && shift < kLargestShift; ++shift) need = (need + 1) / 2;
     segments = need;
     bytes.resize(static_cast<size_t>(size), 0);
   }
-  void GrowTo(long size) {
-    if (Size() < size) SizeSet(size);
+  // Writes `data` at `at`, growing the file to hold it.
+  void Write(long at, Bytes const& data) {
+    if (Size() < at + static_cast<long>(data.size())) SizeSet(at + static_cast<long>(data.size()));
+    std::copy(data.begin(), data.end(), bytes.begin() + at);
+  }
+  // The content of `from` at position 0, as a copy or an assignment makes it.
+  void Assign(Model const& from) {
+    position = 0;
+    SizeSet(from.Size());
+    bytes = from.bytes;
   }
 };
 
@@ -62,43 +66,30 @@ void CheckSame(MemFile const& file, Model const& model) {
   KR_FUZZ_CHECK(file.segmentShift == model.shift);
   KR_FUZZ_CHECK(file.segmentCount == model.segments);
   KR_FUZZ_CHECK((file.buffer != nullptr) == (file.segmentCount > 0));
-  KR_FUZZ_CHECK(model.Capacity() >= model.Size());
-  KR_FUZZ_CHECK(model.segments <= kMostSegments || model.shift >= kLargestShift);
   KR_FUZZ_CHECK(model.bytes.empty() ||
                 std::memcmp(file.buffer, model.bytes.data(), model.bytes.size()) == 0);
 }
 
 // A length: mostly short, sometimes long enough to reach the largest segments.
 long Length(FuzzInput& in) {
-  switch (in.Pick(8)) {
-    case 0:
-      return static_cast<long>(in.Pick(65536)) * 4;
-    case 1:
-      return static_cast<long>(in.Pick(4096));
-    default:
-      return static_cast<long>(in.Pick(40));
-  }
+  unsigned const kind = in.Pick(8);
+  return static_cast<long>(kind == 0 ? in.Pick(65536) * 4 : in.Pick(kind == 1 ? 4096 : 40));
 }
-
-// Zero-fills what the file grew by (the model's bytes are zero there).
-void ZeroFrom(MemFile& file, long oldSize) { file.InitializeWith(0, oldSize); }
 
 void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& otherModel) {
   long const size = model.Size();
   long const at = static_cast<long>(in.Pick(static_cast<unsigned>(size) + 1));
   long n = Length(in);
   if (size + n > (1L << 20)) n %= 4096;  // keeps the files below about a megabyte
-  std::vector<unsigned char> data(static_cast<size_t>(n), static_cast<unsigned char>(in.Byte()));
-  switch (in.Pick(10)) {
-    case 0: {  // write at or before the end
+  Bytes const data(static_cast<size_t>(n), static_cast<unsigned char>(in.Byte()));
+  switch (in.Pick(9)) {
+    case 0:  // write at or before the end
       KR_FUZZ_CHECK(file.Put(data.data(), at, n) == n);
-      model.GrowTo(at + n);
-      std::copy(data.begin(), data.end(), model.bytes.begin() + at);
+      model.Write(at, data);
       break;
-    }
     case 1: {  // read, cut at the end
       long const want = std::min(n, size - at);
-      std::vector<unsigned char> out(static_cast<size_t>(n) + 1);
+      Bytes out(static_cast<size_t>(n) + 1);
       KR_FUZZ_CHECK(file.Get(out.data(), at, n) == (file.buffer ? want : 0));
       KR_FUZZ_CHECK(std::equal(out.begin(), out.begin() + want, model.bytes.begin() + at));
       break;
@@ -107,101 +98,62 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       long const from = static_cast<long>(in.Pick(static_cast<unsigned>(size) + 1));
       n = std::min(n, size - from);
       KR_FUZZ_CHECK(file.Copy(at, from, n) == n);
-      std::vector<unsigned char> moved(model.bytes.begin() + from, model.bytes.begin() + from + n);
-      model.GrowTo(at + n);
-      std::copy(moved.begin(), moved.end(), model.bytes.begin() + at);
+      model.Write(at, Bytes(model.bytes.begin() + from, model.bytes.begin() + from + n));
       break;
     }
-    case 3: {
+    case 3:  // remove a range; the growth rule sees the size before the removal
       n = std::min(n, size - at);
-      KR_FUZZ_CHECK(file.Delete(static_cast<unsigned long>(at), static_cast<unsigned long>(n)) == 0);
-      std::vector<unsigned char> rest = model.bytes;
-      rest.erase(rest.begin() + at, rest.begin() + at + n);
-      model.SizeSet(size - n);  // the growth rule sees the size before the deletion
-      model.bytes = rest;
+      KR_FUZZ_CHECK(
+          file.Delete(static_cast<unsigned long>(at), static_cast<unsigned long>(n)) == 0);
+      std::copy(model.bytes.begin() + at + n, model.bytes.end(), model.bytes.begin() + at);
+      model.SizeSet(size - n);
+      break;
+    case 4: {  // resize; or keep the block where it is large enough
+      bool const keep = !in.Coin();
+      KR_FUZZ_CHECK((keep ? file.SizeSetDontShrink(at + n, 0) : file.SizeSet(at + n, 0)) == 0);
+      model.SizeSet(at + n, keep);
+      file.InitializeWith(0, size);
       break;
     }
-    case 4:  // resize; or keep the block where it is large enough
-      if (in.Coin()) {
-        KR_FUZZ_CHECK(file.SizeSet(at + n, 0) == 0);
-        model.SizeSet(at + n);
-      } else {
-        KR_FUZZ_CHECK(file.SizeSetDontShrink(at + n, 0) == 0);
-        if (model.Capacity() >= at + n && model.segments > 0) {
-          model.bytes.resize(static_cast<size_t>(at + n), 0);
-        } else {
-          model.SizeSet(at + n);
-        }
-      }
-      ZeroFrom(file, size);
-      break;
-    case 5: {  // seek from the start, the position or the end
-      unsigned short const whence = static_cast<unsigned short>(in.Pick(3));
-      long const offset = whence == 1 ? at - model.position : whence == 2 ? size - at : at;
-      unsigned long length = static_cast<unsigned long>(n);
-      unsigned char* p = file.Seek(offset, whence, &length, 0);
-      bool const refused = at == size && n > 0;
-      KR_FUZZ_CHECK((p == nullptr) == (refused || !file.buffer));
-      KR_FUZZ_CHECK(length == (refused ? 0ul : static_cast<unsigned long>(std::min(n, size - at))));
-      if (!refused) model.position = at;
-      break;
-    }
-    case 6: {  // append a word at the end
-      model.position = size;
+    case 5: {  // append a word at the end
       file.position = size;
       int rc = -1;
       unsigned long const value = in.Byte() * 0x01010101ul;
       KR_FUZZ_CHECK(file.Write(value, rc) == 4 && rc == 0);
-      if (model.Capacity() >= size + 4 && model.segments > 0) {
-        model.bytes.resize(static_cast<size_t>(size + 4));
-      } else {
-        model.SizeSet(size + 4);
-      }
-      for (int i = 0; i < 4; ++i) model.bytes[size + i] = static_cast<unsigned char>(value);
+      model.SizeSet(size + 4, true);
+      std::fill(model.bytes.begin() + size, model.bytes.end(), static_cast<unsigned char>(value));
       model.position = size + 4;
       break;
     }
-    case 7: {  // from the other file, at this file's position
+    case 6: {  // from the other file, at `at` as this file's position; length 0 takes the rest
       long const from = static_cast<long>(in.Pick(static_cast<unsigned>(otherModel.Size()) + 1));
       long const take = std::min(n, otherModel.Size() - from);
-      long const p = std::min(model.position, size);
-      file.position = p;
-      model.position = p;
-      long const saved = otherModel.position;
-      long const written =
-          file.Put(&other, static_cast<unsigned long>(take), static_cast<unsigned long>(from));
-      // A length of 0 takes the rest of the source. A source without a block
-      // yields no pointer: nothing is written and its position stays at 0.
       long const expected = take == 0 ? otherModel.Size() - from : take;
+      file.position = model.position = at;
+      // A source without a block yields no pointer: nothing is written, and
+      // its position is left at 0 instead of being restored.
       bool const noBlock = other.buffer == nullptr;
-      KR_FUZZ_CHECK(written == (noBlock ? 0 : expected));
-      if (!noBlock) {
-        model.GrowTo(p + expected);
-        std::copy(otherModel.bytes.begin() + from, otherModel.bytes.begin() + from + expected,
-                  model.bytes.begin() + p);
-      }
-      KR_FUZZ_CHECK(other.position == (noBlock ? 0 : saved));
-      otherModel.position = other.position;
+      KR_FUZZ_CHECK(file.Put(&other, static_cast<unsigned long>(take),
+                             static_cast<unsigned long>(from)) == (noBlock ? 0 : expected));
+      auto const source = otherModel.bytes.begin() + from;
+      if (!noBlock) model.Write(at, Bytes(source, source + expected));
+      if (noBlock) otherModel.position = 0;
       break;
     }
-    case 8:
+    case 7:
       file.Exchange(&other);
       std::swap(model, otherModel);
       break;
-    default: {  // a copy, or an assignment to the other file
+    default:  // a copy takes the current segment size, an assignment keeps its own
       if (in.Coin()) {
         MemFile copy(file);
         Model copyModel(model.shift);
-        copyModel.SizeSet(size);
-        std::copy(model.bytes.begin(), model.bytes.end(), copyModel.bytes.begin());
+        copyModel.Assign(model);
         CheckSame(copy, copyModel);
       } else {
         other = file;
-        otherModel.position = 0;
-        otherModel.SizeSet(size);
-        std::copy(model.bytes.begin(), model.bytes.end(), otherModel.bytes.begin());
+        otherModel.Assign(model);
       }
-    }
   }
   CheckSame(file, model);
   CheckSame(other, otherModel);
@@ -214,8 +166,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   long const segmentSizes[] = {0, 1, 8, 1000, 1024, 65536};
   long const segmentSize = segmentSizes[in.Pick(6)];
   MemFile file(0, segmentSize), other(0, segmentSize);
-  unsigned const shift = file.segmentShift;
-  Model model(shift), otherModel(shift);
+  Model model(file.segmentShift), otherModel(model);
   for (int steps = 0; steps < 200 && !in.Done(); ++steps) Step(in, file, model, other, otherModel);
   return 0;
 }

@@ -56,15 +56,13 @@ TEST(Resize, LifeOfABlockFailuresAndHandlers) {
     std::memcpy(block, "content", 8);
     void* const old = block;
     int const through = gThroughKrCallMemoryHandler;
-    int rc[2];
     {
       kr_test::AllocationFailure failure(1, true);
-      rc[0] = resize(&fresh, 40);
-      rc[1] = resize(&block, 5000);
+      EXPECT_TRUE(resize(&fresh, 40) == -1 && resize(&block, 5000) == -1);
       EXPECT_EQ(kr_test::AllocationCalls(), 2u);
     }
-    EXPECT_TRUE(rc[0] == -1 && rc[1] == -1 && fresh == nullptr && block == old);
-    EXPECT_TRUE(std::strcmp(static_cast<char*>(block), "content") == 0 && handler.calls == 2);
+    EXPECT_TRUE(fresh == nullptr && block == old && handler.calls == 2);
+    EXPECT_STREQ(static_cast<char*>(block), "content");
     EXPECT_TRUE(handler.sizes[0] == 40u && handler.sizes[1] == 5000u);
     EXPECT_EQ(gThroughKrCallMemoryHandler - through, resize == mmFarResize ? 2 : 0);
     EXPECT_TRUE(resize(&block, 0) == 0 && block == nullptr);
@@ -94,10 +92,9 @@ TEST(Resize, DefaultHandlerReportsThenAbortsOrReturns) {
   EXPECT_EQ(result.signal, SIGABRT);
   EXPECT_EQ(result.err.substr(0, sizeof kReport - 1), kReport);
   // No function name: the C library prints an empty one.
-  EXPECT_NE(
-      result.err.find("src/resize:73: : Assertion `\"Out of memory. Aborting!\" && 0' failed."),
-      std::string::npos)
-      << result.err;
+  EXPECT_PRED_FORMAT2(::testing::IsSubstring,
+                      "src/resize:73: : Assertion `\"Out of memory. Aborting!\" && 0' failed.",
+                      result.err);
   EXPECT_EQ(result.out, std::string("callback \"Out of memory. Aborting!\" && 0|src/resize|73|") +
                             "entries 1 priority " + std::to_string(LOG_USER | LOG_NOTICE) + "|" +
                             kReport + "\n(Norvane 9.5.23.262.0)\n");
