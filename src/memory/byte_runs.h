@@ -4,7 +4,9 @@
 // identical results:
 //   PlainBytes  eight bytes at a time in general-purpose registers, any CPU;
 //   WideBytes   64 bytes at a time with AVX-512BW (x86_64 only): scans end
-//               with a masked load, fills and copies with overlapping stores.
+//               with the range's last 64 bytes (a masked load only for
+//               ranges shorter than that, as those cost more), fills and
+//               copies with overlapping stores.
 // No function reads or writes outside the ranges its comment names.
 #ifndef KR_SRC_MEMORY_BYTE_RUNS_H_
 #define KR_SRC_MEMORY_BYTE_RUNS_H_
@@ -157,9 +159,16 @@ struct WideBytes {
       uint64_t const differs = _mm512_cmpneq_epi8_mask(Load(p + n), pattern);
       if (differs != 0) return n + _tzcnt_u64(differs);
     }
-    __mmask64 const tail = Prefix(limit - n);
-    uint64_t const differs =
-        _mm512_mask_cmpneq_epi8_mask(tail, _mm512_maskz_loadu_epi8(tail, p + n), pattern);
+    if (n == limit) return limit;
+    uint64_t differs;
+    if (limit >= kWidth) {
+      // The last 64 bytes of the range, shifted so that bit 0 is p[n].
+      differs = _mm512_cmpneq_epi8_mask(Load(p + limit - kWidth), pattern) >>
+                (kWidth - (limit - n));
+    } else {
+      __mmask64 const tail = Prefix(limit - n);
+      differs = _mm512_mask_cmpneq_epi8_mask(tail, _mm512_maskz_loadu_epi8(tail, p + n), pattern);
+    }
     return differs != 0 ? n + _tzcnt_u64(differs) : limit;
   }
 
@@ -172,9 +181,17 @@ struct WideBytes {
       uint64_t const equal = _mm512_cmpeq_epi8_mask(Load(p + n), Load(previous + n));
       if (equal != 0) return n + _tzcnt_u64(equal);
     }
-    __mmask64 const tail = Prefix(limit - n);
-    uint64_t const equal = _mm512_mask_cmpeq_epi8_mask(
-        tail, _mm512_maskz_loadu_epi8(tail, p + n), _mm512_maskz_loadu_epi8(tail, previous + n));
+    if (n == limit) return limit;
+    uint64_t equal;
+    if (limit >= kWidth) {
+      size_t const last = limit - kWidth;  // as in CountEqual
+      equal = _mm512_cmpeq_epi8_mask(Load(p + last), Load(previous + last)) >>
+              (kWidth - (limit - n));
+    } else {
+      __mmask64 const tail = Prefix(limit - n);
+      equal = _mm512_mask_cmpeq_epi8_mask(tail, _mm512_maskz_loadu_epi8(tail, p + n),
+                                          _mm512_maskz_loadu_epi8(tail, previous + n));
+    }
     return equal != 0 ? n + _tzcnt_u64(equal) : limit;
   }
 

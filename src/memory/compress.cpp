@@ -140,20 +140,36 @@ class Compressor {
     // This byte and every following one that differs from its predecessor
     // join the literal stretch; a stretch that reaches kRunLimit bytes gives
     // its first 255 as a literal item.
-    size_t remaining = 1 + Bytes::CountUnequalToPrevious(src_ + next_ + 1, end_ - next_ - 1);
     run_ = 1;
-    while (remaining > 0) {
-      size_t const step = Min(remaining, static_cast<size_t>(kRunLimit - pending_));
-      pending_ += static_cast<int>(step);
-      next_ += step;
-      remaining -= step;
-      if (pending_ == kRunLimit) {
-        if (!out_->HasRoom(kSplitRoom)) return false;
-        out_->PutLiteral(src_ + next_ - kRunLimit, kMaxItemCount);
-        pending_ = 1;
-        if (out_->Full()) return false;
+    do {
+      size_t remaining = 1 + Bytes::CountUnequalToPrevious(src_ + next_ + 1, end_ - next_ - 1);
+      while (remaining > 0) {
+        size_t const step = Min(remaining, static_cast<size_t>(kRunLimit - pending_));
+        pending_ += static_cast<int>(step);
+        next_ += step;
+        remaining -= step;
+        if (pending_ == kRunLimit) {
+          if (!out_->HasRoom(kSplitRoom)) return false;
+          out_->PutLiteral(src_ + next_ - kRunLimit, kMaxItemCount);
+          pending_ = 1;
+          if (out_->Full()) return false;
+        }
       }
+    } while (TakeLonePair());
+    return true;
+  }
+
+  // The scan stopped at a byte equal to its predecessor. When the byte after
+  // it differs again, the pair stays in the literal stretch: the byte rules
+  // would add the byte to the stretch and, at the next one, go on scanning.
+  // Taking it here saves the round trip; it is left to them when it would
+  // fill the stretch to kRunLimit or the source ends.
+  bool TakeLonePair() {
+    if (end_ - next_ < 2 || pending_ + 1 >= kRunLimit || src_[next_ + 1] == src_[next_]) {
+      return false;
     }
+    ++pending_;
+    ++next_;
     return true;
   }
 
