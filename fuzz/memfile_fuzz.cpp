@@ -1,8 +1,6 @@
-// Memory files under sequences of operations, against a model: the content
-// as a byte vector, the position, and the segment layout the growth rule
-// gives (segment shift and count), checked after every operation. Grown
-// bytes are zero-filled through InitializeWith, so that every byte of the
-// content is defined.
+// Memory files under sequences of operations, checked after each against a model of the
+// content, the position and the segment layout the growth rule gives. Grown bytes are
+// zero-filled through InitializeWith, so that every byte of the content is defined.
 #include <kr/memory.h>
 
 #include <algorithm>
@@ -29,7 +27,6 @@ struct Model {
   long segments = 0;
 
   explicit Model(unsigned initial) : shift(initial), initialShift(initial) {}
-  long Capacity() const { return segments << shift; }
   long Size() const { return static_cast<long>(bytes.size()); }
 
   // The growth rule; grown bytes are zero. Emptying the file, or shrinking
@@ -37,7 +34,7 @@ struct Model {
   // a block large enough stays as it is and only the size changes.
   void SizeSet(long size, bool keep = false) {
     long need = Ceil(size, shift);
-    if (keep && segments > 0 && Capacity() >= size) {
+    if (keep && segments > 0 && (segments << shift) >= size) {
       need = segments;
     } else if (size == 0 || (size < Size() && need <= 1)) {
       shift = initialShift;
