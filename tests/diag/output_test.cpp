@@ -1,7 +1,6 @@
-// The output channels: the server console (with the text class it writes),
-// the stdio stream, message boxes with the service flag, and the system log:
-// its formatting front end, the shared switch, and entries as a real system
-// logger (a private rsyslogd on /dev/log) receives them.
+// The output channels: the server console (with the text class it writes), the stdio stream,
+// message boxes with the service flag, and the system log: its formatting front end, the shared
+// switch, and entries as a real system logger (a private rsyslogd on /dev/log) receives them.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
@@ -150,9 +149,6 @@ TEST(MessageBoxAndSysLog, FormatCutAndObeyTheSharedSwitches) {
 constexpr char kDevLog[] = "/dev/log";
 constexpr char kEnd[] = "<<END>>";
 
-// Whether something (a system logger, or a stale socket) holds /dev/log.
-bool DevLogExists() { return access(kDevLog, F_OK) == 0; }
-
 // rsyslogd in the foreground on a private configuration: each entry of facility
 // user goes to a file of its own as "<priority> ident[pid]: text" (no time).
 struct RsyslogDaemon {
@@ -175,7 +171,7 @@ struct RsyslogDaemon {
       _exit(127);
     }
     for (int i = 0; pid > 0 && i < 200; ++i) {
-      if (DevLogExists()) return true;
+      if (access(kDevLog, F_OK) == 0) return true;
       if (waitpid(pid, nullptr, WNOHANG) == pid && (pid = -1)) break;
       std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
@@ -207,7 +203,7 @@ struct RsyslogDaemon {
 TEST(SysLogDaemon, EntriesCarryIdentPriorityTextAndVersionLine) {
   char const* const binary = "/usr/sbin/rsyslogd";
   if (geteuid() != 0) GTEST_SKIP() << "needs root to serve /dev/log with a private rsyslogd";
-  if (DevLogExists()) GTEST_SKIP() << "/dev/log is taken by another system logger";
+  if (access(kDevLog, F_OK) == 0) GTEST_SKIP() << "/dev/log is taken (a logger or a stale socket)";
   if (access(binary, X_OK) != 0) GTEST_SKIP() << "rsyslogd is missing (scripts/deps.sh has it)";
   RsyslogDaemon daemon;
   ASSERT_TRUE(daemon.Start(binary)) << "rsyslogd does not serve /dev/log";

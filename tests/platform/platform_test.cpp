@@ -25,11 +25,10 @@ std::vector<int> Fields(btime const& t, bdate const& d) {
   return {t.hour, t.minute, t.second, d.year * 10000 + d.month * 100 + d.day};
 }
 
-// One process per zone, as the zone is computed once per process (the library
-// notices a change of TZ itself): minutes east, truncated toward zero, one hour
-// more in daylight saving time whatever the real shift. The hour offset is the
-// low byte, signed, added to every hour in 8 bits without reduction to 0..23;
-// zvmgettime and zvmgetdate are local with `timezone` (seconds west, standard
+// One process per zone, as the zone is computed once per process (the library notices a change of
+// TZ itself): minutes east, truncated toward zero, one hour more in daylight saving time whatever
+// the real shift. The hour offset is the low byte, signed, added to every hour in 8 bits without
+// reduction to 0..23; zvmgettime and zvmgetdate are local with `timezone` (seconds west, standard
 // time), zvmgetsystemtime is UTC with the minutes east.
 TEST(Datetime, ZonesAndHoursOffsetInEightBits) {
   struct { char const* zone; long standard; int offset, stored; } const cases[] = {
@@ -89,11 +88,10 @@ TEST(KrTimer, BaseMeasuresNothingAndHoursAreNotReducedToDays) {
   EXPECT_TRUE(wall->TicksPerSecond() == 1000000u && wall->MilliSeconds() - 20 < 5000u);
 }
 
-// Each step sets the clock, makes a call, checks its result and, when given,
-// the fields (start, total: seconds, microseconds). Stop adds the two apart:
-// no borrow, one carry, the start stays. Elapsed times truncate and wrap in 32
-// bits; the estimate is the projected total. IsTimeOver counts whole seconds,
-// is over on a clock that went backwards, and restarts only when over.
+// Each step sets the clock, makes a call, checks its result and, when given, the fields (start,
+// total: seconds, microseconds). Stop adds the two apart: no borrow, one carry, the start stays.
+// Elapsed times truncate and wrap in 32 bits; the estimate is the projected total. IsTimeOver
+// counts whole seconds, is over on a clock that went backwards, and restarts only when over.
 TEST(GETTIMEOFDAYTimer, Script) {
   struct { char call; long s, us; unsigned long argument, result; std::vector<long> fields; }
       const steps[] = {
