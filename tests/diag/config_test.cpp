@@ -21,8 +21,7 @@ using kr_test::RunInChild;
 
 char const* kTest[] = {"test", nullptr};
 
-// The answers of GetText, GetBool and GetInt, each "<result> <value>" from a
-// known default, joined by '|'.
+// GetText's, GetBool's and GetInt's "<result> <value>", from known defaults, joined by '|'.
 std::string Get(KrIniConfig& config, char const* key, char const** path = kTest) {
   char text[1100] = "default";
   char* designated = text;
@@ -117,8 +116,7 @@ ChildResult FailWithMode(char const* mode) {
 
 // The modes that end the process (those that return are in the callback test).
 TEST(Assert, ModesThatEndTheProcess) {
-  // 0 aborts through the C library's assertion: one line, the empty function
-  // name showing as an empty field.
+  // 0 aborts through the C library's assertion: one line, with an empty function name field.
   std::string const tail = ": kr_file.cpp:42: : Assertion `x > 0' failed.\n";
   for (ChildResult const& r : {FailWithMode(nullptr), FailWithMode("0")}) {
     EXPECT_EQ(r.signal, SIGABRT);
@@ -135,9 +133,8 @@ TEST(Assert, ModesThatEndTheProcess) {
 
 RecordingConfig* gConfig = nullptr;  // the callback writes its calls among the questions
 
-// The callback comes first at every failure; the mode is asked once (again
-// only after a configured -1); a removed callback is called no more. Modes 5
-// and -1 return 1, mode 1 returns 0, all without writing anything.
+// The callback comes first at every failure; the mode is asked once (again only after a configured
+// -1); a removed callback is not called. Modes 5 and -1 return 1, mode 1 0, all writing nothing.
 TEST(Assert, CallbackFirstModeReadOnceAndRemoval) {
   auto run = [](char const* firstMode) {
     return RunInChild([firstMode] {
@@ -163,8 +160,7 @@ TEST(Assert, CallbackFirstModeReadOnceAndRemoval) {
   EXPECT_EQ(run("-1"), "1 0 0|a f.cpp1|GetInt assertMode|b g.cpp2|GetInt assertMode");
 }
 
-// TestHandler's answers for `kinds` (-1: reset, -2: reset and drop the key),
-// then how often the counter was asked.
+// TestHandler's answers to `kinds` (-1: reset, -2: also drop the key), then the counter's reads.
 std::string Answers(char const* counter, std::vector<int> const& kinds) {
   return RunInChild([&] {
            RecordingConfig config;
@@ -180,12 +176,10 @@ std::string Answers(char const* counter, std::vector<int> const& kinds) {
          }).out;
 }
 
-// DefaultConfig installs, answers the query value and removes; the priority
-// boost setting is read once, at the first call, whatever is installed later,
-// and the growth counter once until it is reset.
+// DefaultConfig installs, answers the query value and removes; the priority boost setting is read
+// once, at the first call, whatever is installed later, and the growth counter once per reset.
 TEST(DefaultConfig, InstallQueryRemoveAndTheSettingsReadOnce) {
-  // The setting, then both answers and how often it was asked; no setting
-  // stands for a "1" installed only after the first answer.
+  // The setting, both answers and its reads; null: a "1" installed only after the first answer.
   char const* const cases[][2] = {
       {"0", "0 0 1"}, {"yes", "1 1 1"}, {"7", "1 1 1"}, {nullptr, "0 0 0"}};
   for (auto const& c : cases) {

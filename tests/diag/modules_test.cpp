@@ -136,8 +136,7 @@ std::string Describe(char const* module) {
   return std::to_string(result) + "|" + text8 + "|" + text11 + "|" + std::to_string(v[0] + number);
 }
 
-// A module's description (or the outputs left as they were), the version rule
-// and module file names.
+// A module's description (or the outputs left as they were), the version rule, module file names.
 TEST(ModuleIdentity, DescriptionVersionRuleAndFileNames) {
   EXPECT_EQ(Describe("krtestmod"), "0|text eight|text eleven|1243");
   EXPECT_FALSE(IsLoaded(kConfigured + "/libkrtestmod.so"));
@@ -165,8 +164,7 @@ TEST(ModuleIdentity, DescriptionVersionRuleAndFileNames) {
   DllNameClass::mayor_vers[1] = '6';
   EXPECT_STREQ(DllNameClass("Nbs", 'd').GetDllName(), "kr96Nbsd");
   DllNameClass::mayor_vers[1] = '5';
-  // Assignment copies the composed name only: with nothing to compose, the
-  // copy's buffer stays as it is.
+  // Assignment copies the composed name only: with nothing to compose, the copy's buffer stays.
   DllNameClass source("Nbs", 'd'), copy("Other", 'z', 3);
   copy = source;
   EXPECT_STREQ(static_cast<char*>(copy), "kr95Nbsd");

@@ -88,8 +88,7 @@ TEST(ModuleErrorCallback, OneRegistrationServesItsOpenRangeFirst) {
   EXPECT_EQ(gLastAsked, -8050);
   ASSERT_EQ(list->SetModuleErrorCallback(nullptr, -8000, -8100), 0);
   EXPECT_TRUE(!list->callback && list->upper == 0 && list->lower == 0);
-  // The range is free again; the callback comes before table and count, not
-  // before the query-language referral or code 0.
+  // The range is free again; the callback comes before table and count, not referral or 0.
   ASSERT_EQ(list->SetModuleErrorCallback(ModuleTexts, 3100, -3200), 0);
   EXPECT_EQ(Text(-2008) + "|" + Text(5) + "|" + Text(-3099) + "|" + Text(3001) + "|" + Text(0),
             "module text|module text|" + kReferral + "|" + kReferral + "|ok");

@@ -73,8 +73,7 @@ TEST(CalcCheckSum, EveryKernelAgreesWithZlib) {
   EXPECT_EQ(CalcCheckSum(nullptr, 9, nullptr) + CalcCheckSum(digits, 0, nullptr), 0ul);
 }
 
-// DScomp into exactly `capacity` bytes: the output, or nothing on failure
-// (which leaves *dstLen alone).
+// DScomp into exactly `capacity` bytes: the output, or nothing on failure (*dstLen left alone).
 Bytes Compress(Bytes src, int capacity) {
   Bytes dst(static_cast<size_t>(capacity));
   int dstLen = capacity;
@@ -309,9 +308,8 @@ TEST(ByteRuns, WideOperationsAgreeWithPlainOnes) {
   Bytes src(1024), plain, wide;
   for (size_t length = 0; length <= 300; ++length) {
     for (size_t at = 64; at < 128; ++at) {
-      // At even lengths runs, at odd ones stretches of bytes unequal to the one
-      // before, of random length: both scans stop anywhere in the stretch (or
-      // nowhere), after any number of 64-byte steps.
+      // Runs at even lengths, unequal stretches at odd ones, of random length: both scans stop
+      // anywhere in the stretch (or nowhere), after any number of 64-byte steps.
       for (size_t i = 1; i < src.size(); ++i) {
         bool const repeat = (random() % (length / 2 + 2) != 0) == (length % 2 == 0);
         src[i] = static_cast<unsigned char>(src[i - 1] + (repeat ? 0 : 1 + random() % 2));

@@ -131,8 +131,8 @@ TEST(GETTIMEOFDAYTimer, Script) {
   }
 }
 
-// Every function under every order code on random data, nothing written past
-// count * width; integers also in place (source and destination one block).
+// Every function under every order code on random data, nothing written past count * width;
+// integers also in place.
 TEST(TypedValues, OrderCodesSingleValuesAndText) {
   struct { int (*store)(void*, void const*, unsigned char, unsigned long); size_t width; int mask; }
       const cases[] = {{CharStore, 1, 0},        {ShortStore, 2, 0x0F},   {LongStore, 4, 0x0F},

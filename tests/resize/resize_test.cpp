@@ -44,9 +44,8 @@ constexpr char kReport[] =
 
 int Answer42(unsigned long size) { return size == 77 ? 42 : -1; }
 
-// Both primitives: the life of a block, then a failed first allocation and a failed growth,
-// each reported once with the size asked for and not retried (whatever the handler answers),
-// the old block kept. Only mmFarResize reports through KrCallMemoryHandler.
+// A block's life; a failed first allocation and growth are reported once with the size, not
+// retried whatever the handler answers, the block kept; only mmFarResize uses KrCallMemoryHandler.
 TEST(Resize, LifeOfABlockFailuresAndHandlers) {
   for (auto resize : {mmResize, mmFarResize}) {
     kr_test::RecordingHandler handler(1);
@@ -78,9 +77,8 @@ void PrintAssertion(char const* condition, char const* file, int line) {
   std::fflush(stdout);
 }
 
-// The default handler reports on standard error, to the system log (a notice) and through
-// the fatal-error callback, then fails its assertion: an abort, unless the assertion mode
-// lets it return (and the primitive then fails).
+// The default handler reports on standard error, to the system log (a notice) and through the
+// fatal-error callback, then fails its assertion: an abort, unless the assertion mode returns.
 TEST(Resize, DefaultHandlerReportsThenAbortsOrReturns) {
   kr_test::ChildResult result = kr_test::RunInChild([] {
     SetFatalErrorCallback(&PrintAssertion);
