@@ -35,9 +35,8 @@ void FuzzExpansion(unsigned char const* data, size_t size) {
   }
 }
 
-// The room offered changes nothing but success: what fits is what a roomy
-// output holds, and 257 bytes of room beyond that (a full literal item) always
-// fit; a failure leaves *dstLen alone. A compressed record expands back.
+// The room offered changes nothing but success: what fits is what a roomy output holds, and 257
+// bytes more (a full literal item) always fit; a failure leaves *dstLen alone. Records expand back.
 void FuzzRoundTrip(unsigned char const* data, size_t size) {
   if (size < 2) return;
   int const capacity = (data[0] | data[1] << 8) % 4100;

@@ -58,8 +58,7 @@ Value MakeValue(FuzzInput& in) {
   return value;
 }
 
-// Writes a value so that it reads back as itself: quoted when it starts with
-// a quote or has blanks at its ends.
+// A value written to read back as itself: quoted when it starts with a quote or ends in a blank.
 std::string Written(FuzzInput& in, std::string const& text) {
   bool const quote = !text.empty() && (std::strchr(" \"", text.front()) || text.back() == ' ');
   return quote || in.Coin() ? "\"" + text + "\"" : text;

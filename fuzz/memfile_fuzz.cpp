@@ -29,9 +29,8 @@ struct Model {
   explicit Model(unsigned initial) : shift(initial), initialShift(initial) {}
   long Size() const { return static_cast<long>(bytes.size()); }
 
-  // The growth rule; grown bytes are zero. Emptying the file, or shrinking
-  // it into one segment, goes back to the initial segment size; with `keep`,
-  // a block large enough stays as it is and only the size changes.
+  // The growth rule; grown bytes are zero. Emptying the file, or shrinking it into one segment,
+  // goes back to the initial segment size; with `keep`, a block large enough stays.
   void SizeSet(long size, bool keep = false) {
     long need = Ceil(size, shift);
     if (keep && segments > 0 && (segments << shift) >= size) {
@@ -127,8 +126,7 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       long const take = std::min(n, otherModel.Size() - from);
       long const expected = take == 0 ? otherModel.Size() - from : take;
       file.position = model.position = at;
-      // A source without a block yields no pointer: nothing is written, and
-      // its position is left at 0 instead of being restored.
+      // A source without a block writes nothing, and its position is left at 0, not restored.
       bool const noBlock = other.buffer == nullptr;
       KR_FUZZ_CHECK(file.Put(&other, static_cast<unsigned long>(take),
                              static_cast<unsigned long>(from)) == (noBlock ? 0 : expected));
