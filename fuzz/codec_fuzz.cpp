@@ -1,7 +1,6 @@
-// The record codec. The first input byte picks the mode: even, the rest is compressed bytes of
-// unknown origin (whatever DScheck accepts must expand to exactly the length it reported, DSlen
-// agreeing, with no read outside the input); odd, the rest is a record to compress, with a capacity
-// from its first two bytes. The unit tests' worked examples pin the exact bytes.
+// The record codec. The first byte picks: even, compressed bytes of unknown origin (what DScheck
+// accepts expands to exactly its length, DSlen agreeing, reading nothing outside); odd, a record to
+// compress into a capacity from its first two bytes. The unit tests pin exact bytes.
 #include <kr/memory.h>
 
 #include <algorithm>

@@ -1,7 +1,6 @@
-// KrIniConfig reading texts. The first byte picks the kind: odd, a configuration
-// generated from the input (nested sections, random blanks, quotes, comments and line
-// ends) whose every key reads back as its last value, typed values too, and absent keys
-// as missing; even, raw bytes, whose read succeeds or names a line of the text.
+// KrIniConfig reading texts. The first byte picks: odd, a configuration generated from the input
+// (nested sections, random blanks, quotes, comments and line ends) whose keys read back as their
+// last values, typed ones too, absent ones missing; even, raw bytes: read, or refused at a line.
 #include <kr/diag.h>
 
 #include <algorithm>

@@ -1,6 +1,5 @@
-// Memory files under sequences of operations, checked after each against a model of the
-// content, the position and the segment layout the growth rule gives. Grown bytes are
-// zero-filled through InitializeWith, so that every byte of the content is defined.
+// Memory files under operation sequences, checked after each against a model of content, position
+// and segment layout; grown bytes are zero-filled through InitializeWith, so all are defined.
 #include <kr/memory.h>
 
 #include <algorithm>
@@ -19,13 +18,11 @@ constexpr unsigned kLargestShift = 15;
 
 long Ceil(long size, unsigned shift) { return (size + (1L << shift) - 1) >> shift; }
 
-// What a file should hold.
 struct Model {
   Bytes bytes;
   long position = 0;
   unsigned shift, initialShift;
   long segments = 0;
-
   explicit Model(unsigned initial) : shift(initial), initialShift(initial) {}
   long Size() const { return static_cast<long>(bytes.size()); }
 
@@ -43,7 +40,6 @@ struct Model {
     segments = need;
     bytes.resize(static_cast<size_t>(size), 0);
   }
-  // Writes `data` at `at`, growing the file to hold it.
   void Write(long at, Bytes const& data) {
     if (Size() < at + static_cast<long>(data.size())) SizeSet(at + static_cast<long>(data.size()));
     std::copy(data.begin(), data.end(), bytes.begin() + at);

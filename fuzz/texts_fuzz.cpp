@@ -1,6 +1,5 @@
-// Result texts and absolute paths written into heap blocks of exactly the size they
-// need, so that one byte more is caught: KrError and KrLoginError lines of any code and
-// context, and zvmabspath of any path below the current directory.
+// Result texts and absolute paths into heap blocks of exactly their size (one byte more is caught):
+// KrError and KrLoginError lines of any code and context, zvmabspath of any path.
 #include <kr/diag.h>
 
 #include <unistd.h>
@@ -15,11 +14,9 @@
 namespace {
 
 using kr_fuzz::FuzzInput;
-
 using Formatter = char* (*)(char*, char const*, int, int);
 
-// "<context> : <code> -> <text>" (or "<context> : ok"), the text being what text-only
-// mode returns without touching the buffer.
+// "<context> : <code> -> <text>" (or ": ok"), the text as text-only mode returns it, untouched.
 void CheckLine(Formatter format, std::string const& context, int code) {
   char const* const contextArg = context.empty() ? nullptr : context.c_str();
   std::string text = format(nullptr, nullptr, code, 1);

@@ -1,6 +1,5 @@
-// The output channels: the server console (with the text class it writes), the stdio stream,
-// message boxes with the service flag, and the system log: its formatting front end, the shared
-// switch, and entries as a system logger on /dev/log receives them.
+// Output channels: the console (with its text class), the stdio stream, message boxes with the
+// service flag, and the system log's front end, shared switch and entries as /dev/log gets them.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
@@ -161,8 +160,7 @@ struct DevLogListener {
     if (bound) unlink(kDevLog);  // /dev/log was free before: leave no socket behind
     close(fd);
   }
-  // The entries holding `marker` as "<priority> ident[pid]: text" (the time left out), until
-  // `count` of them arrived or none came for ten seconds.
+  // The entries holding `marker`, the time left out, until `count` came or none for ten seconds.
   std::vector<std::string> WaitFor(std::string const& marker, std::size_t count) const {
     std::vector<std::string> found;
     timeval const wait = {10, 0};

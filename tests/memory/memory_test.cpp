@@ -32,9 +32,8 @@ unsigned long Library(unsigned long seed, unsigned char* data, size_t length) {
   return CalcCheckSum(data, length, &seed);
 }
 
-// Every length to 512 at every alignment to 63, each stretch at the end of a heap block (the
-// sanitizer build sees reads past it), and the lengths where the wide kernel stops prefetching,
-// from random seeds: CalcCheckSum and each kernel here give zlib's.
+// Every length to 512 at each alignment to 63, ending a heap block (the sanitizer sees overreads),
+// and where the wide kernel stops prefetching, from random seeds: all kernels give zlib's.
 TEST(CalcCheckSum, EveryKernelAgreesWithZlib) {
   using namespace kr_detail;
   std::vector<std::pair<char const*, Checksum>> all = {
@@ -93,13 +92,12 @@ TEST(DScomp, WorkedExamples) {
   }
   auto of = [](std::string const& text) { return Bytes(text.begin(), text.end()); };
   struct { Bytes in, out; int smallest; } const cases[] = {
-      {of("AAAAB"), {4, 'A', 1, 'B'}, 5},      {of("AAAB"), {3, 'A', 1, 'B'}, 5},
-      {of("AAB"), {0, 3, 'A', 'A', 'B'}, 6},   {of("ABB"), {0, 3, 'A', 'B', 'B'}, 6},
-      {of("AA"), {2, 'A'}, 3},                 {of("AB"), {0, 2, 'A', 'B'}, 5},
-      {of("Q"), {1, 'Q'}, 3},
+      {of("AAAAB"), {4, 'A', 1, 'B'}, 5}, {of("AAAB"), {3, 'A', 1, 'B'}, 5},
+      {of("AAB"), {0, 3, 'A', 'A', 'B'}, 6}, {of("ABB"), {0, 3, 'A', 'B', 'B'}, 6},
+      {of("AA"), {2, 'A'}, 3}, {of("AB"), {0, 2, 'A', 'B'}, 5}, {of("Q"), {1, 'Q'}, 3},
       {of("ABCDDDDE"), {0, 3, 'A', 'B', 'C', 4, 'D', 1, 'E'}, 10},
       {Bytes(1000, 0), {255, 0, 255, 0, 255, 0, 235, 0}, 4 + 257},
-      {Bytes(256, 7), {255, 7, 1, 7}, 257},    {unequal, split, 305}};
+      {Bytes(256, 7), {255, 7, 1, 7}, 257}, {unequal, split, 305}};
   for (auto const& c : cases) {
     EXPECT_TRUE(Compress(c.in, c.smallest) == c.out && Compress(c.in, c.smallest - 1).empty())
         << c.in.size() << " bytes";
@@ -118,11 +116,10 @@ TEST(DScomp, WorkedExamples) {
 TEST(DSdecomp, WholeItemsTruncatedAndOversizedInput) {
   Bytes const items = {3, 'a', 0, 3, 'x', 'y', 'z', 2, 'b'};
   struct { int srcLen, capacity; Bytes src; char const* result; } const cases[] = {
-      {9, 8, items, "0 8 aaaxyzbb#"},   {9, 9, items, "0 8 aaaxyzbb##"},
-      {9, 5, items, "2 3 aaa###"},      {9, 7, items, "2 6 aaaxyz##"},
-      {9, 3, items, "0 3 aaa#"},        {9, 2, items, "2 0 ###"},
-      {9, 0, items, "2 0 #"},           {0, 8, items, "0 0 #########"},
-      {-1, 8, items, "0 0 #########"},  {4, 8, {0, 0, 0, 0}, "2 0 #########"}};
+      {9, 8, items, "0 8 aaaxyzbb#"}, {9, 9, items, "0 8 aaaxyzbb##"}, {9, 5, items, "2 3 aaa###"},
+      {9, 7, items, "2 6 aaaxyz##"}, {9, 3, items, "0 3 aaa#"}, {9, 2, items, "2 0 ###"},
+      {9, 0, items, "2 0 #"}, {0, 8, items, "0 0 #########"}, {-1, 8, items, "0 0 #########"},
+      {4, 8, {0, 0, 0, 0}, "2 0 #########"}};
   for (auto c : cases) {
     std::string dst(static_cast<size_t>(c.capacity) + 1, '#');
     int dstLen = c.capacity;
@@ -228,8 +225,7 @@ TEST(MemFile, SeeksTransfersWordsAndCheckSums) {
   EXPECT_EQ(Text(c, 0, 6), "\x55\x33\x22\x11" "56");
 }
 
-// Random puts, gets (all or nothing) and deletions against a deque, in both
-// modes: a compact queue moves the rest to the front, a normal one advances.
+// Random puts, gets (all or nothing) and deletions against a deque; compact queues move the rest.
 TEST(MemQueue, AgreesWithADequeModel) {
   std::mt19937 random(5);
   for (unsigned short compact : {1, 0}) {
@@ -297,8 +293,7 @@ TEST(KrRawBuffer, CopyBorrowAdoptAndEnsureCapacity) {
   EXPECT_TRUE(b.data != text && b.behaviour == KrRawBufferCopy && b.length == 100);
 }
 
-// The codec's 64-byte operations against its 8-byte ones at every length to
-// 300 and every alignment to 63, with 64 guard bytes and more around each output.
+// The codec's 64-byte operations against its 8-byte ones, every length to 300, alignment to 63.
 TEST(ByteRuns, WideOperationsAgreeWithPlainOnes) {
 #if KR_HAVE_WIDE_BYTES
   if (!kr_detail::WideBytesAvailable()) GTEST_SKIP() << "this processor lacks AVX-512BW";
@@ -316,18 +311,17 @@ TEST(ByteRuns, WideOperationsAgreeWithPlainOnes) {
       }
       unsigned char const* p = &src[at];
       unsigned char const value = p[random() % (length + 1)];
-      ASSERT_EQ(WideBytes::CountEqual(p, length, value), PlainBytes::CountEqual(p, length, value))
-          << length << " at " << at;
+      SCOPED_TRACE(std::to_string(length) + " at " + std::to_string(at));
+      ASSERT_EQ(WideBytes::CountEqual(p, length, value), PlainBytes::CountEqual(p, length, value));
       ASSERT_EQ(WideBytes::CountUnequalToPrevious(p, length),
-                PlainBytes::CountUnequalToPrevious(p, length))
-          << length << " at " << at;
+                PlainBytes::CountUnequalToPrevious(p, length));
       wide = plain = Bytes(1024, 0xEE);
       PlainBytes::Fill(&plain[at], value, length);
       WideBytes::Fill(&wide[at], value, length);
-      ASSERT_EQ(wide, plain) << "fill " << length << " at " << at;
+      ASSERT_EQ(wide, plain) << "fill";
       PlainBytes::Copy(&plain[at], p + 1, length);
       WideBytes::Copy(&wide[at], p + 1, length);
-      ASSERT_EQ(wide, plain) << "copy " << length << " at " << at;
+      ASSERT_EQ(wide, plain) << "copy";
     }
   }
 #else

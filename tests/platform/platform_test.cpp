@@ -131,8 +131,7 @@ TEST(GETTIMEOFDAYTimer, Script) {
   }
 }
 
-// Every function under every order code on random data, nothing written past count * width;
-// integers also in place.
+// Every function and order code on random data, nothing past count * width; integers in place too.
 TEST(TypedValues, OrderCodesSingleValuesAndText) {
   struct { int (*store)(void*, void const*, unsigned char, unsigned long); size_t width; int mask; }
       const cases[] = {{CharStore, 1, 0},        {ShortStore, 2, 0x0F},   {LongStore, 4, 0x0F},
@@ -155,8 +154,7 @@ TEST(TypedValues, OrderCodesSingleValuesAndText) {
     }
     EXPECT_EQ(c.store(nullptr, nullptr, 2, 0), 0);
   }
-  // Single values are stored big-endian; text is padded with blanks, not
-  // terminated, and loads up to a blank, terminated where the field has room.
+  // Values are big-endian; text is blank-padded, unterminated, read to a blank (ended if room).
   unsigned char source[3] = {1, 2, 3}, out[4] = {9, 9, 9, 9};
   memreverse(source, out, 0);
   memreverse(source, out, 3);

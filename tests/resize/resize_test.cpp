@@ -16,10 +16,8 @@
 #include "failing_alloc.h"
 #include "recording_handler.h"
 
-namespace {
-int gSyslogEntries = 0, gSyslogPriority = -1, gThroughKrCallMemoryHandler = 0;
-char gSyslogText[2048];
-}  // namespace
+static int gSyslogEntries = 0, gSyslogPriority = -1, gThroughKrCallMemoryHandler = 0;
+static char gSyslogText[2048];
 
 extern "C" void syslog(int priority, char const* format, ...) {
   va_list arguments;
