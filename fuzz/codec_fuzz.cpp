@@ -1,8 +1,6 @@
-// The record codec. The first input byte picks the mode: even, the rest is
-// compressed bytes of unknown origin (whatever DScheck accepts must expand to
-// exactly the length it reported, DSlen agreeing, with no read outside the
-// input); odd, the rest is a record to compress, with a capacity from its
-// first two bytes. The unit tests' worked examples pin the exact bytes.
+// The record codec. The first byte picks: even, compressed bytes of unknown origin (what DScheck
+// accepts expands to exactly its length, DSlen agreeing, reading nothing outside); odd, a record to
+// compress into a capacity from its first two bytes. The unit tests pin exact bytes.
 #include <kr/memory.h>
 
 #include <algorithm>
@@ -26,8 +24,7 @@ void FuzzExpansion(unsigned char const* data, size_t size) {
   int const rc = DSdecomp(input.data(), length, out.data(), &produced);
   KR_FUZZ_CHECK(produced == expected);
   KR_FUZZ_CHECK(rc == (expected == 0 && length > 0 ? 2 : 0));
-  // Half the room: whole items only, a prefix of the full output, and 2 when
-  // an item did not fit.
+  // Half the room: whole items only, a prefix of the full output, and 2 when an item did not fit.
   if (expected > 1) {
     int smaller = expected / 2;
     Bytes half(static_cast<size_t>(smaller));
@@ -37,9 +34,8 @@ void FuzzExpansion(unsigned char const* data, size_t size) {
   }
 }
 
-// The room offered changes nothing but success: what fits is what a roomy
-// output holds, and 257 bytes of room beyond that (a full literal item) always
-// fit; a failure leaves *dstLen alone. A compressed record expands back.
+// The room offered changes nothing but success: what fits is what a roomy output holds, and 257
+// bytes more (a full literal item) always fit; a failure leaves *dstLen alone. Records expand back.
 void FuzzRoundTrip(unsigned char const* data, size_t size) {
   if (size < 2) return;
   int const capacity = (data[0] | data[1] << 8) % 4100;
@@ -67,10 +63,6 @@ void FuzzRoundTrip(unsigned char const* data, size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
   if (size == 0) return 0;
-  if (data[0] % 2 == 0) {
-    FuzzExpansion(data + 1, size - 1);
-  } else {
-    FuzzRoundTrip(data + 1, size - 1);
-  }
+  data[0] % 2 == 0 ? FuzzExpansion(data + 1, size - 1) : FuzzRoundTrip(data + 1, size - 1);
   return 0;
 }

@@ -1,10 +1,6 @@
-// KrIniConfig reading texts. The first byte picks the kind of text:
-//  odd:  a configuration generated from the input: sections (nested with
-//        '/'), keys and values written with random blanks, quotes, comments
-//        and line ends; every key must read back as its last value, typed
-//        values through GetBool and GetInt, and absent keys must be missing;
-//  even: the raw bytes as text; the read either succeeds or names a line of
-//        the text, and what was set before is gone either way.
+// KrIniConfig reading texts. The first byte picks: odd, a configuration generated from the input
+// (nested sections, random blanks, quotes, comments and line ends) whose keys read back as their
+// last values, typed ones too, absent ones missing; even, raw bytes: read, or refused at a line.
 #include <kr/diag.h>
 
 #include <algorithm>
@@ -23,8 +19,7 @@ using kr_fuzz::FuzzInput;
 constexpr int kMissing = -1;
 constexpr int kSyntaxError = -2754;
 
-// The sections as the getters' paths: global, "debug", "servers/krserver",
-// "a/b/c" and "test".
+// The sections as the getters' paths: global, "debug", "servers/krserver", "a/b/c" and "test".
 char const* kPaths[][4] = {{nullptr}, {"debug", nullptr}, {"servers", "krserver", nullptr},
                            {"a", "b", "c", nullptr}, {"test", nullptr}};
 // Two keys differ only in case: they are distinct keys.
@@ -62,8 +57,7 @@ Value MakeValue(FuzzInput& in) {
   return value;
 }
 
-// Writes a value so that it reads back as itself: quoted when it starts with
-// a quote or has blanks at its ends.
+// A value written to read back as itself: quoted when it starts with a quote or ends in a blank.
 std::string Written(FuzzInput& in, std::string const& text) {
   bool const quote = !text.empty() && (std::strchr(" \"", text.front()) || text.back() == ' ');
   return quote || in.Coin() ? "\"" + text + "\"" : text;
@@ -74,31 +68,26 @@ void Generated(FuzzInput& in) {
   std::string text;
   unsigned section = 0;
   while (!in.Done() && text.size() < 8000) {
-    switch (in.Pick(6)) {
-      case 0: {
-        unsigned const next = in.Pick(5);
-        if (next == 0) continue;  // no way back to the global section
-        section = next;
-        text += Blanks(in) + "[" + kPaths[section][0];
-        for (char const** part = kPaths[section] + 1; *part; ++part) {
-          text += Blanks(in) + "/" + Blanks(in) + *part;
-        }
-        text += Blanks(in) + "]";
-        break;
+    unsigned const kind = in.Pick(6);
+    if (kind == 0) {
+      unsigned const next = in.Pick(5);
+      if (next == 0) continue;  // no way back to the global section
+      section = next;
+      text += Blanks(in) + "[" + kPaths[section][0];
+      for (char const** part = kPaths[section] + 1; *part; ++part) {
+        text += Blanks(in) + "/" + Blanks(in) + *part;
       }
-      case 1:
-        text += Blanks(in) + (in.Coin() ? "# " : "; ") + "note = [x]";
-        break;
-      case 2:
-        text += Blanks(in);
-        break;
-      default: {
-        std::string const key = kKeys[in.Pick(5)];
-        Value const value = MakeValue(in);
-        text += Blanks(in) + key + Blanks(in) + "=" + Blanks(in);
-        text += Written(in, value.text) + Blanks(in);
-        expected[{section, key}] = value;
-      }
+      text += Blanks(in) + "]";
+    } else if (kind == 1) {
+      text += Blanks(in) + (in.Coin() ? "# " : "; ") + "note = [x]";
+    } else if (kind == 2) {
+      text += Blanks(in);
+    } else {
+      std::string const key = kKeys[in.Pick(5)];
+      Value const value = MakeValue(in);
+      text += Blanks(in) + key + Blanks(in) + "=" + Blanks(in);
+      text += Written(in, value.text) + Blanks(in);
+      expected[{section, key}] = value;
     }
     text += in.Coin() ? "\r\n" : "\n";
   }

@@ -1,8 +1,5 @@
-// Memory files under sequences of operations, against a model: the content
-// as a byte vector, the position, and the segment layout the growth rule
-// gives (segment shift and count), checked after every operation. Grown
-// bytes are zero-filled through InitializeWith, so that every byte of the
-// content is defined.
+// Memory files under operation sequences, checked after each against a model of content, position
+// and segment layout; grown bytes are zero-filled through InitializeWith, so all are defined.
 #include <kr/memory.h>
 
 #include <algorithm>
@@ -21,23 +18,19 @@ constexpr unsigned kLargestShift = 15;
 
 long Ceil(long size, unsigned shift) { return (size + (1L << shift) - 1) >> shift; }
 
-// What a file should hold.
 struct Model {
   Bytes bytes;
   long position = 0;
   unsigned shift, initialShift;
   long segments = 0;
-
   explicit Model(unsigned initial) : shift(initial), initialShift(initial) {}
-  long Capacity() const { return segments << shift; }
   long Size() const { return static_cast<long>(bytes.size()); }
 
-  // The growth rule; grown bytes are zero. Emptying the file, or shrinking
-  // it into one segment, goes back to the initial segment size; with `keep`,
-  // a block large enough stays as it is and only the size changes.
+  // The growth rule; grown bytes are zero. Emptying the file, or shrinking it into one segment,
+  // goes back to the initial segment size; with `keep`, a block large enough stays.
   void SizeSet(long size, bool keep = false) {
     long need = Ceil(size, shift);
-    if (keep && segments > 0 && Capacity() >= size) {
+    if (keep && segments > 0 && (segments << shift) >= size) {
       need = segments;
     } else if (size == 0 || (size < Size() && need <= 1)) {
       shift = initialShift;
@@ -47,7 +40,6 @@ struct Model {
     segments = need;
     bytes.resize(static_cast<size_t>(size), 0);
   }
-  // Writes `data` at `at`, growing the file to hold it.
   void Write(long at, Bytes const& data) {
     if (Size() < at + static_cast<long>(data.size())) SizeSet(at + static_cast<long>(data.size()));
     std::copy(data.begin(), data.end(), bytes.begin() + at);
@@ -130,8 +122,7 @@ void Step(FuzzInput& in, MemFile& file, Model& model, MemFile& other, Model& oth
       long const take = std::min(n, otherModel.Size() - from);
       long const expected = take == 0 ? otherModel.Size() - from : take;
       file.position = model.position = at;
-      // A source without a block yields no pointer: nothing is written, and
-      // its position is left at 0 instead of being restored.
+      // A source without a block writes nothing, and its position is left at 0, not restored.
       bool const noBlock = other.buffer == nullptr;
       KR_FUZZ_CHECK(file.Put(&other, static_cast<unsigned long>(take),
                              static_cast<unsigned long>(from)) == (noBlock ? 0 : expected));

@@ -1,12 +1,5 @@
-// Result texts and absolute paths written into buffers of exactly the size
-// they need (heap blocks, so that one byte more is caught):
-//  - KrError and KrLoginError of any code with any context give the line
-//    "<context> : <code> -> <text>" (or "<context> : ok"), the text being
-//    what text-only mode returns for the code without touching the buffer;
-//  - zvmabspath of any path gives the lexical normal form of the current
-//    directory joined with it, also in place, fits a buffer of its length
-//    plus one, refuses (with an empty buffer) one byte less and leaves a
-//    buffer of no size alone.
+// Result texts and absolute paths into heap blocks of exactly their size (one byte more is caught):
+// KrError and KrLoginError lines of any code and context, zvmabspath of any path.
 #include <kr/diag.h>
 
 #include <unistd.h>
@@ -21,10 +14,9 @@
 namespace {
 
 using kr_fuzz::FuzzInput;
-
 using Formatter = char* (*)(char*, char const*, int, int);
 
-// The line for `code`: formatted into a block of exactly its size.
+// "<context> : <code> -> <text>" (or ": ok"), the text as text-only mode returns it, untouched.
 void CheckLine(Formatter format, std::string const& context, int code) {
   char const* const contextArg = context.empty() ? nullptr : context.c_str();
   std::string text = format(nullptr, nullptr, code, 1);
@@ -48,6 +40,7 @@ std::string Normal(std::string const& directory, std::string const& path) {
   return normal.empty() ? "/" : normal;
 }
 
+// zvmabspath gives it, also in place, into its length plus one; one byte less is refused.
 void CheckPath(std::string path) {
   char directory[4096];
   if (!getcwd(directory, sizeof directory)) return;

@@ -1,6 +1,5 @@
-// A module of the product as the loader sees it: it describes itself through
-// KrDescribeDll with fixed values, and has one plain entry point. Built in
-// several copies that differ by title and place (see CMakeLists.txt).
+// A module as the loader sees it: KrDescribeDll with fixed values and one plain entry point,
+// built in copies that differ by title and place (see CMakeLists.txt).
 #include <kr/diag.h>
 
 extern "C" char const* KrDescribeDll(unsigned long* major, unsigned long* minor,

@@ -25,11 +25,10 @@ std::vector<int> Fields(btime const& t, bdate const& d) {
   return {t.hour, t.minute, t.second, d.year * 10000 + d.month * 100 + d.day};
 }
 
-// One process per zone, as the zone is computed once per process (the library
-// notices a change of TZ itself): minutes east, truncated toward zero, one hour
-// more in daylight saving time whatever the real shift. The hour offset is the
-// low byte, signed, added to every hour in 8 bits without reduction to 0..23;
-// zvmgettime and zvmgetdate are local with `timezone` (seconds west, standard
+// One process per zone, as the zone is computed once per process (the library notices a change of
+// TZ itself): minutes east, truncated toward zero, one hour more in daylight saving time whatever
+// the real shift. The hour offset is the low byte, signed, added to every hour in 8 bits without
+// reduction to 0..23; zvmgettime and zvmgetdate are local with `timezone` (seconds west, standard
 // time), zvmgetsystemtime is UTC with the minutes east.
 TEST(Datetime, ZonesAndHoursOffsetInEightBits) {
   struct { char const* zone; long standard; int offset, stored; } const cases[] = {
@@ -89,11 +88,10 @@ TEST(KrTimer, BaseMeasuresNothingAndHoursAreNotReducedToDays) {
   EXPECT_TRUE(wall->TicksPerSecond() == 1000000u && wall->MilliSeconds() - 20 < 5000u);
 }
 
-// Each step sets the clock, makes a call, checks its result and, when given,
-// the fields (start, total: seconds, microseconds). Stop adds the two apart:
-// no borrow, one carry, the start stays. Elapsed times truncate and wrap in 32
-// bits; the estimate is the projected total. IsTimeOver counts whole seconds,
-// is over on a clock that went backwards, and restarts only when over.
+// Each step sets the clock, makes a call, checks its result and, when given, the fields (start,
+// total: seconds, microseconds). Stop adds the two apart: no borrow, one carry, the start stays.
+// Elapsed times truncate and wrap in 32 bits; the estimate is the projected total. IsTimeOver
+// counts whole seconds, is over on a clock that went backwards, and restarts only when over.
 TEST(GETTIMEOFDAYTimer, Script) {
   struct { char call; long s, us; unsigned long argument, result; std::vector<long> fields; }
       const steps[] = {
@@ -133,8 +131,7 @@ TEST(GETTIMEOFDAYTimer, Script) {
   }
 }
 
-// Every function under every order code on random data, nothing written past
-// count * width; integers also in place (source and destination one block).
+// Every function and order code on random data, nothing past count * width; integers in place too.
 TEST(TypedValues, OrderCodesSingleValuesAndText) {
   struct { int (*store)(void*, void const*, unsigned char, unsigned long); size_t width; int mask; }
       const cases[] = {{CharStore, 1, 0},        {ShortStore, 2, 0x0F},   {LongStore, 4, 0x0F},
@@ -157,8 +154,7 @@ TEST(TypedValues, OrderCodesSingleValuesAndText) {
     }
     EXPECT_EQ(c.store(nullptr, nullptr, 2, 0), 0);
   }
-  // Single values are stored big-endian; text is padded with blanks, not
-  // terminated, and loads up to a blank, terminated where the field has room.
+  // Values are big-endian; text is blank-padded, unterminated, read to a blank (ended if room).
   unsigned char source[3] = {1, 2, 3}, out[4] = {9, 9, 9, 9};
   memreverse(source, out, 0);
   memreverse(source, out, 3);

@@ -16,10 +16,8 @@
 #include "failing_alloc.h"
 #include "recording_handler.h"
 
-namespace {
-int gSyslogEntries = 0, gSyslogPriority = -1, gThroughKrCallMemoryHandler = 0;
-char gSyslogText[2048];
-}  // namespace
+static int gSyslogEntries = 0, gSyslogPriority = -1, gThroughKrCallMemoryHandler = 0;
+static char gSyslogText[2048];
 
 extern "C" void syslog(int priority, char const* format, ...) {
   va_list arguments;
@@ -42,12 +40,10 @@ namespace {
 constexpr char kReport[] =
     "\nNorvane runs out of memory.\nTried to allocate 12345 bytes of memory.\n";
 
-int Answer42(unsigned long size) { return size == 77 ? 42 : -1; }
-
-// Both primitives: the life of a block, then a failed first allocation and a failed growth,
-// each reported once with the size asked for and not retried (whatever the handler answers),
-// the old block kept. Only mmFarResize reports through KrCallMemoryHandler.
+// A block's life; a failed first allocation and growth are reported once with the size, not
+// retried whatever the handler answers, the block kept; only mmFarResize uses KrCallMemoryHandler.
 TEST(Resize, LifeOfABlockFailuresAndHandlers) {
+  KrMemoryHandler const answer42 = [](unsigned long size) { return size == 77 ? 42 : -1; };
   for (auto resize : {mmResize, mmFarResize}) {
     kr_test::RecordingHandler handler(1);
     void *block = nullptr, *fresh = nullptr;
@@ -67,23 +63,20 @@ TEST(Resize, LifeOfABlockFailuresAndHandlers) {
     EXPECT_EQ(gThroughKrCallMemoryHandler - through, resize == mmFarResize ? 2 : 0);
     EXPECT_TRUE(resize(&block, 0) == 0 && block == nullptr);
   }
-  EXPECT_TRUE(mmKrMemExc == mmKrMemExcHdl && mmKrSetHandler(&Answer42) == mmKrMemExcHdl);
-  EXPECT_TRUE(KrCallMemoryHandler(77) == 42 && mmKrSetHandler(mmKrMemExcHdl) == &Answer42);
+  EXPECT_TRUE(mmKrMemExc == mmKrMemExcHdl && mmKrSetHandler(answer42) == mmKrMemExcHdl);
+  EXPECT_TRUE(KrCallMemoryHandler(77) == 42 && mmKrSetHandler(mmKrMemExcHdl) == answer42);
   EXPECT_TRUE(KiroCheckMemory() == -1 && dlsym(RTLD_DEFAULT, "mmKrMemExc"));  // an undecorated name
 }
 
-void PrintAssertion(char const* condition, char const* file, int line) {
-  std::printf("callback %s|%s|%d|entries %d priority %d|%s", condition, file, line, gSyslogEntries,
-              gSyslogPriority, gSyslogText);
-  std::fflush(stdout);
-}
-
-// The default handler reports on standard error, to the system log (a notice) and through
-// the fatal-error callback, then fails its assertion: an abort, unless the assertion mode
-// lets it return (and the primitive then fails).
+// The default handler reports on standard error, to the system log (a notice) and through the
+// fatal-error callback, then fails its assertion: an abort, unless the assertion mode returns.
 TEST(Resize, DefaultHandlerReportsThenAbortsOrReturns) {
   kr_test::ChildResult result = kr_test::RunInChild([] {
-    SetFatalErrorCallback(&PrintAssertion);
+    SetFatalErrorCallback([](char const* condition, char const* file, int line) {
+      std::printf("callback %s|%s|%d|entries %d priority %d|%s", condition, file, line,
+                  gSyslogEntries, gSyslogPriority, gSyslogText);
+      std::fflush(stdout);
+    });
     void* block = nullptr;
     kr_test::AllocationFailure failure(1);
     mmResize(&block, 12345);

@@ -1,6 +1,5 @@
-// A low-memory handler, installed for the object's lifetime, that records the
-// sizes it is called with (in a fixed array: it must not allocate while
-// allocations fail) and gives a chosen answer.
+// A low-memory handler, installed for the object's lifetime, that records the sizes it is called
+// with (in a fixed array: it must not allocate while allocations fail) and gives a chosen answer.
 #ifndef KR_TESTS_SUPPORT_RECORDING_HANDLER_H_
 #define KR_TESTS_SUPPORT_RECORDING_HANDLER_H_
 
