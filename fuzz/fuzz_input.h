@@ -1,8 +1,6 @@
-// What the fuzz targets share: decisions drawn from the fuzzer's bytes, and
-// a check that ends the run with a message (libFuzzer then keeps the input).
-//
-// Every target defines LLVMFuzzerTestOneInput. It runs under libFuzzer
-// (scripts/fuzz.sh) and, through replay_main.cpp, in CTest on every build.
+// What the fuzz targets share: decisions drawn from the fuzzer's bytes, and a check that ends
+// the run with a message (libFuzzer then keeps the input). Each target's LLVMFuzzerTestOneInput
+// runs under libFuzzer (scripts/fuzz.sh) and, through replay_main.cpp, in CTest on every build.
 #ifndef KR_FUZZ_FUZZ_INPUT_H_
 #define KR_FUZZ_FUZZ_INPUT_H_
 

@@ -3,57 +3,45 @@
 // pseudo-random inputs of up to 4 KiB. A failed check aborts the program;
 // the input that made it fail is in replay-failure.bin then (a libFuzzer
 // build of the target runs it alone: kr_<name>_fuzz replay-failure.bin).
-#include <dirent.h>
-
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <string>
-#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size);
 
 namespace {
 
-void Run(std::vector<unsigned char> const& bytes) {
-  {
-    std::ofstream save("replay-failure.bin", std::ios::binary | std::ios::trunc);
-    save.write(reinterpret_cast<char const*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  }
+void Run(std::string const& bytes) {
+  std::ofstream("replay-failure.bin", std::ios::binary) << bytes;
   // An exact-size copy, so that reads past the input are caught.
-  unsigned char* copy = static_cast<unsigned char*>(std::malloc(bytes.size() + 1));
-  std::copy(bytes.begin(), bytes.end(), copy);
-  LLVMFuzzerTestOneInput(copy, bytes.size());
-  std::free(copy);
-}
-
-int RunCorpus(char const* directory) {
-  DIR* dir = opendir(directory);
-  if (!dir) return 0;
-  int files = 0;
-  while (dirent* entry = readdir(dir)) {
-    if (entry->d_name[0] == '.') continue;
-    std::ifstream in(std::string(directory) + "/" + entry->d_name, std::ios::binary);
-    Run(std::vector<unsigned char>(std::istreambuf_iterator<char>(in), {}));
-    ++files;
-  }
-  closedir(dir);
-  return files;
+  std::unique_ptr<uint8_t[]> const copy(new uint8_t[bytes.size()]);
+  std::copy(bytes.begin(), bytes.end(), copy.get());
+  LLVMFuzzerTestOneInput(copy.get(), bytes.size());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  int const files = argc > 1 ? RunCorpus(argv[1]) : 0;
+  int files = 0;
+  std::error_code missing;  // a corpus named but not there holds no files, which fails below
+  for (auto const& file : std::filesystem::directory_iterator(argc > 1 ? argv[1] : "", missing)) {
+    std::ifstream in(file.path(), std::ios::binary);
+    Run(std::string(std::istreambuf_iterator<char>(in), {}));
+    ++files;
+  }
   char const* runsText = std::getenv("KR_FUZZ_RUNS");
   int const runs = runsText ? std::atoi(runsText) : 300;
   std::mt19937 random(20261124);
   for (int run = 0; run < runs; ++run) {
-    std::vector<unsigned char> bytes(random() % 4097);
-    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
+    std::string bytes(random() % 4097, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(random());
     Run(bytes);
   }
   std::remove("replay-failure.bin");

@@ -1,7 +1,5 @@
-// Sizes at the limits, each in seconds at most: a million sorted and a million equal elements
-// sort at once, and a compare function answering at random leaves a permutation; the smallest
-// and largest entry rings fill both ways; ten million tree nodes are inserted, walked, checked
-// and emptied; krinfo reads a file beyond 2 GiB whole.
+// Sizes at the limits, each handled in seconds at most: sorts of a million elements, the smallest
+// and largest entry rings, ten million tree nodes, a krinfo input beyond 2 GiB.
 #include <kr/arrays.h>
 #include <kr/containers.h>
 

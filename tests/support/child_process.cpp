@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <sstream>
@@ -12,23 +13,18 @@ namespace kr_test {
 namespace {
 
 std::string Slurp(std::FILE* file) {
-  std::string text;
+  std::fseek(file, 0, SEEK_END);
+  std::string text(static_cast<size_t>(std::ftell(file)), '\0');
   std::rewind(file);
-  char buffer[4096];
-  for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, file)) > 0;) text.append(buffer, got);
+  text.resize(std::fread(&text[0], 1, text.size(), file));
   std::fclose(file);
   return text;
 }
 
-void Reap(pid_t pid, int* status) {
-  while (waitpid(pid, status, 0) < 0 && errno == EINTR) {
-  }
-}
-
 // Forks; the child gets a pipe as standard input and temporary files as
-// standard output and error, and runs `child` (which must not return). A
-// second child feeds `input` to the pipe (ending by SIGPIPE when the first
-// exits without reading it all); the parent reaps both and reads the files.
+// standard output and error, and runs `child` (which must not return). The
+// parent writes `input` to the pipe (giving up on the rest once the child has
+// exited without reading it all), reaps the child and reads the files.
 ChildResult Spawn(std::function<void()> const& child, std::string const& input) {
   ChildResult result;
   std::FILE* out = std::tmpfile();
@@ -45,19 +41,15 @@ ChildResult Spawn(std::function<void()> const& child, std::string const& input) 
     child();
   }
   close(in[0]);
-  pid_t const feeder = pid < 0 ? -1 : fork();
-  if (feeder == 0) {
-    for (size_t done = 0; done < input.size();) {
-      ssize_t const n = write(in[1], input.data() + done, input.size() - done);
-      if (n <= 0) _exit(0);
-      done += static_cast<size_t>(n);
-    }
-    _exit(0);
+  auto const onBrokenPipe = std::signal(SIGPIPE, SIG_IGN);  // a write fails with EPIPE instead
+  for (ssize_t done = 0, n = 0; pid > 0 && done < static_cast<ssize_t>(input.size()); done += n) {
+    if ((n = write(in[1], input.data() + done, input.size() - done)) <= 0) break;
   }
+  std::signal(SIGPIPE, onBrokenPipe);
   close(in[1]);
-  int status = 0, fed = 0;
-  if (feeder > 0) Reap(feeder, &fed);
-  if (pid > 0) Reap(pid, &status);
+  int status = 0;
+  while (pid > 0 && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
   result.exited = pid > 0 && WIFEXITED(status);
   if (result.exited) result.exitCode = WEXITSTATUS(status);
   if (pid > 0 && WIFSIGNALED(status)) result.signal = WTERMSIG(status);
@@ -70,6 +62,15 @@ ChildResult Spawn(std::function<void()> const& child, std::string const& input) 
     result.err.erase(at, result.err.find('\n', at) + 1 - at);
   }
   return result;
+}
+
+[[noreturn]] void Exec(std::vector<std::string> const& command) {
+  std::vector<char*> args;
+  for (std::string const& arg : command) args.push_back(const_cast<char*>(arg.c_str()));
+  args.push_back(nullptr);
+  execv(args[0], args.data());
+  std::fprintf(stderr, "cannot run %s: %s\n", args[0], std::strerror(errno));
+  _exit(127);
 }
 
 }  // namespace
@@ -90,19 +91,6 @@ ChildResult RunInChild(std::function<int()> const& body) {
     _exit(code);
   }, "");
 }
-
-namespace {
-
-[[noreturn]] void Exec(std::vector<std::string> const& command) {
-  std::vector<char*> args;
-  for (std::string const& arg : command) args.push_back(const_cast<char*>(arg.c_str()));
-  args.push_back(nullptr);
-  execv(args[0], args.data());
-  std::fprintf(stderr, "cannot run %s: %s\n", args[0], std::strerror(errno));
-  _exit(127);
-}
-
-}  // namespace
 
 ChildResult RunInShell(std::string const& script, std::vector<std::string> const& argv,
                        std::string const& input) {

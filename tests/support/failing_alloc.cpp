@@ -30,10 +30,11 @@ std::size_t gLastFailedSize = 0;
 long gLiveBlocks = 0;
 
 bool IsBootstrap(void* p) {
-  return p >= static_cast<void*>(gBootstrap) && p < static_cast<void*>(gBootstrap + sizeof gBootstrap);
+  unsigned char const* const byte = static_cast<unsigned char const*>(p);
+  return byte >= gBootstrap && byte < gBootstrap + sizeof gBootstrap;
 }
 
-// True while the real functions are unknown; the caller serves `size` bytes
+// True while the real functions are unknown; the caller serves the request
 // from the bootstrap area then.
 bool Unresolved() {
   if (!gRealFree && !gResolving) {

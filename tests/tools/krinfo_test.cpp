@@ -164,13 +164,11 @@ TEST(Krinfo, Invocations) {
   quoting("diff", {a, a, rs}, "bad record size ", {"0", "1048577", "-2", "0x"},
           "(1 to 1048576 bytes)");
   for (std::string c : {"pack", "unpack"}) {
-    for (Call const& call :
-         {Bad(c, {}, "no file given"), Bad(c, {nine, "b"}, "unexpected argument 'b'"),
-          Bad(c, {nine, "-o"}, "option -o needs a file name"),
-          Bad(c, {"-x", nine}, "unknown option '-x'"),
-          Bad(c, {"--", no}, "cannot open '" + no + "': No such file or directory")}) {
-      calls.push_back(call);
-    }
+    calls.insert(calls.end(),
+                 {Bad(c, {}, "no file given"), Bad(c, {nine, "b"}, "unexpected argument 'b'"),
+                  Bad(c, {nine, "-o"}, "option -o needs a file name"),
+                  Bad(c, {"-x", nine}, "unknown option '-x'"),
+                  Bad(c, {"--", no}, "cannot open '" + no + "': No such file or directory")});
   }
   Expect(calls);
   EXPECT_NE(access(no.c_str(), F_OK), 0);  // failures write nothing
