@@ -1,9 +1,8 @@
 // The arrays (KrCList, KrLList, SortList) under random operations against a
 // vector. Search follows a transcription of its defined algorithm, on keys
-// that repeat under different payloads; a sort orders by key (which of
-// equal ones goes first, the unit tests pin). One run in eight compares
-// inconsistently: searches and sorts must stay inside the array, and a sort
-// must leave a permutation.
+// repeating under different payloads; a sort orders by key (the unit tests
+// pin the order of equal ones). One run in eight compares inconsistently:
+// searches and sorts stay inside the array, a sort leaves a permutation.
 #include <kr/arrays.h>
 
 #include <algorithm>

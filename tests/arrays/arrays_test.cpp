@@ -377,12 +377,9 @@ TEST(BitString, AgreesWithAVectorModel) {
 // of the newest block, given-back ones first; UngetAllEntries keeps the blocks for reuse.
 TEST(EntryCache, ShapesAndHandingOut) {
   unsigned long const link = sizeof(void*), least = std::max(3ul, link);
-  unsigned long const shapes[][5] = {{3, 0, 0, least, 494 / least},
-                                     {10, 0, 8, 16, 30},
-                                     {1000, 0, 0, 1000, 1},
-                                     {10, 0, 3, 12, 41},
-                                     {ULONG_MAX - 1, 0, 3, ULONG_MAX, 1},
-                                     {ULONG_MAX - 2, 9, 8, 0, 9}};
+  unsigned long const shapes[][5] = {
+      {3, 0, 0, least, 494 / least}, {10, 0, 8, 16, 30}, {1000, 0, 0, 1000, 1},
+      {10, 0, 3, 12, 41}, {ULONG_MAX - 1, 0, 3, ULONG_MAX, 1}, {ULONG_MAX - 2, 9, 8, 0, 9}};
   for (auto const& s : shapes) {
     KrEntryCache cache(s[0], s[1], static_cast<unsigned short>(s[2]));
     EXPECT_TRUE(cache.entrySize == s[3] && cache.entriesPerBlock == s[4]) << s[0];
