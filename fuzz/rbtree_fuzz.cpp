@@ -1,10 +1,7 @@
 // Red-black trees (flags 0, 0x0001 or 0x0002) under inserts, searches with
-// every combination of mode bits, deletions by value, by entry and at an
-// iterator, walks and clears, against an ordered vector: each result, where
-// each result iterator stands and its neighbours, an iterator left behind by
-// a change (-513), and after every step CheckTree, count, hasDuplicates,
-// changeCount, `last` and the destructor calls; now and then the walk both
-// ways (which pins the place of every fully equal element).
+// every combination of mode bits, deletions, walks and clears, against an
+// ordered vector; after every step the tree's invariants and counters. The
+// walk both ways pins the place of every fully equal element.
 #include <kr/containers.h>
 
 #include <algorithm>
@@ -125,9 +122,8 @@ class TreeRun {
       expected = first;  // the only equal element, whatever the entry
     } else if (mode & 0x100) {
       expected = kNone;
-      for (long i = first; i < end; ++i) {
+      for (long i = first; i < end; ++i)
         if (model_[i].node == parameter.entry) expected = i;
-      }
       if (expected == kNone) result = -510;
     } else {
       expected = mode & 0x10 ? end - 1 : first;

@@ -7,6 +7,7 @@
 #include <climits>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tree_test_support.h"
@@ -104,25 +105,21 @@ TEST(EntryParts, ReadInOrderUpToTheFirstFailure) {
   unsigned long f = 0;
   EXPECT_EQ(it.GetEntryParts(&r, &e, &k, &d, &f, nullptr), 0);
   EXPECT_TRUE(c.log == "ekfd" && e == &r.element && k == e && d == &c.dat && f == 0x55);
-  struct Case {
-    void const* entry;
-    bool element;   // asked for
-    char fail;      // part failing with -7; 'D': -519; 'K': no key function
-    int result;
-    char const* log;
-  } const cases[] = {{&r, 0, 'k', -7, "ek"},    {&r, 0, 'f', -7, "ekf"},
-                     {&r, 0, 'd', -7, "ekfd"},  {&r, 0, 'D', -519, "ekfd"},
-                     {&r, 0, 'K', -2999, "e"},  {nullptr, 1, 0, -2999, "e"},
-                     {nullptr, 0, 0, 0, "e"},   {&c.bad, 1, 0, -2999, "e"}};
-  for (Case const& x : cases) {
+  // The entry, the element asked for, the part failing with -7 ('D': -519; 'K': no key
+  // function), the result and the calls made.
+  std::tuple<void const*, bool, char, int, char const*> const cases[] = {
+      {&r, 0, 'k', -7, "ek"},    {&r, 0, 'f', -7, "ekf"},        {&r, 0, 'd', -7, "ekfd"},
+      {&r, 0, 'D', -519, "ekfd"}, {&r, 0, 'K', -2999, "e"},      {nullptr, 1, 0, -2999, "e"},
+      {nullptr, 0, 0, 0, "e"},   {&c.bad, 1, 0, -2999, "e"}};
+  for (auto const& [entry, element, fail, result, log] : cases) {
     c.log.clear();
-    c.fail = {{x.fail, -7}, {'d', x.fail == 'D' ? -519 : x.fail == 'd' ? -7 : 0}};
-    c.keyOfElement = x.fail == 'K' ? nullptr : Logged().keyOfElement;
+    c.fail = {{fail, -7}, {'d', fail == 'D' ? -519 : fail == 'd' ? -7 : 0}};
+    c.keyOfElement = fail == 'K' ? nullptr : Logged().keyOfElement;
     e = k = d = &r;
-    EXPECT_EQ(it.GetEntryParts(x.entry, x.element ? &e : nullptr, &k, &d, &f, nullptr), x.result);
-    EXPECT_EQ(c.log, x.log);
-    void const* dat = x.fail == 'D' ? nullptr : x.fail == 'd' ? &c.dat : static_cast<void*>(&r);
-    EXPECT_TRUE(e == &r && d == dat) << x.log;
+    EXPECT_EQ(it.GetEntryParts(entry, element ? &e : nullptr, &k, &d, &f, nullptr), result);
+    EXPECT_EQ(c.log, log);
+    void const* dat = fail == 'D' ? nullptr : fail == 'd' ? &c.dat : static_cast<void*>(&r);
+    EXPECT_TRUE(e == &r && d == dat) << log;
   }
   c.log.clear();
   EXPECT_TRUE(it.GetEntryParts(&r, nullptr, nullptr, nullptr, nullptr, nullptr) == 0 &&
