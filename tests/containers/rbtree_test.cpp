@@ -82,8 +82,6 @@ TEST(RBTree, CheckTreeNamesTheFault) {
   tree.flags = kKrAllowEqualElements;
   EXPECT_EQ(tree.CheckTree(nullptr), 0);
   EXPECT_EQ(check(node(2, 0, 0, 0), 2), -5);
-  tree.destructorElement = nullptr;
-  tree.Clear(nullptr, nullptr, nullptr);
 }
 
 // Before the first element Prior stays and Next acts as First; after the
@@ -101,7 +99,6 @@ TEST(RBTreeIterator, StatesAndStaleness) {
   int status = 0;
   EXPECT_TRUE(!it.GetEntry(status, nullptr) && status == -513);
   EXPECT_EQ(Steps(it, "DNPFN"), "-513 -513 -523 0:1 0:2 ");
-
   // Clones: a new copy, or assigned into a tree iterator; not into others.
   KrVIterator* clone = it.Clone(nullptr);
   it.Prior();
