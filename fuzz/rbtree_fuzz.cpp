@@ -1,11 +1,7 @@
-// Red-black trees (flags 0, 0x0001 or 0x0002) under sequences of inserts,
-// searches with every combination of mode bits, deletions by value, by entry
-// and at an iterator, walks and clears, against an ordered vector: each
-// result, where each result iterator stands and what its neighbours are, an
-// iterator left behind by a change (-513), and after every step CheckTree,
-// count, hasDuplicates, changeCount, `last`, the destructor calls and, now
-// and then, the whole sequence walked both ways (which pins the place of
-// every fully equal element).
+// Red-black trees (flags 0, 0x0001 or 0x0002) under inserts, searches with
+// every combination of mode bits, deletions, walks and clears, against an
+// ordered vector; after every step the tree's invariants and counters. The
+// walk both ways pins the place of every fully equal element.
 #include <kr/containers.h>
 
 #include <algorithm>
@@ -38,19 +34,12 @@ class TreeRun {
 
   void Step() {
     unsigned const choice = in_.Pick(100);
-    if (choice < (Size() < 100 ? 45 : 25)) {
-      Insert();
-    } else if (choice < 70) {
-      Search();
-    } else if (choice < 88) {
-      Delete();
-    } else if (choice < 97) {
-      DeleteThroughIterator();
-    } else if (choice < 99) {
-      Walk();
-    } else {
-      Clear();
-    }
+    if (choice < (Size() < 100 ? 45 : 25)) Insert();
+    else if (choice < 70) Search();
+    else if (choice < 88) Delete();
+    else if (choice < 97) DeleteThroughIterator();
+    else if (choice < 99) Walk();
+    else Clear();
     CheckState();
   }
 
@@ -74,12 +63,9 @@ class TreeRun {
 
   // The iterator stands on model[index], or past the end it says so.
   void CheckAt(KrRBTreeIterator const& it, long index) const {
-    if (index < 0 || index >= Size()) {
-      KR_FUZZ_CHECK(it.status == (index < 0 ? -521 : -522));
-      return;
-    }
     int status = 0;
-    KR_FUZZ_CHECK(it.GetEntry(status, nullptr) == model_[index].node);
+    if (index < 0 || index >= Size()) KR_FUZZ_CHECK(it.status == (index < 0 ? -521 : -522));
+    else KR_FUZZ_CHECK(it.GetEntry(status, nullptr) == model_[index].node);
   }
   void CheckNeighbours(KrRBTreeIterator const& it, long index) const {
     KrRBTreeIterator next(it), prior(it);
@@ -136,9 +122,8 @@ class TreeRun {
       expected = first;  // the only equal element, whatever the entry
     } else if (mode & 0x100) {
       expected = kNone;
-      for (long i = first; i < end; ++i) {
+      for (long i = first; i < end; ++i)
         if (model_[i].node == parameter.entry) expected = i;
-      }
       if (expected == kNone) result = -510;
     } else {
       expected = mode & 0x10 ? end - 1 : first;
@@ -147,15 +132,11 @@ class TreeRun {
     auto it = std::make_unique<KrRBTreeIterator>(&tree_, nullptr);
     KR_FUZZ_CHECK(tree_.SearchElement(&probe.it, nullptr, mode, &parameter, it.get()) == result);
     KR_FUZZ_CHECK(tree_.SearchElement(&probe.it, nullptr, mode, &parameter, nullptr) == result);
-    if (expected == kNone) {
-      KR_FUZZ_CHECK(it->status == missStatus);
-      return;
-    }
-    CheckAt(*it, expected);
-    if (expected >= 0 && expected < Size()) {
-      CheckNeighbours(*it, expected);
-      if (in_.Coin()) stale_ = std::move(it);  // kept to notice the next change
-    }
+    if (expected == kNone) KR_FUZZ_CHECK(it->status == missStatus);
+    else CheckAt(*it, expected);
+    if (expected < 0 || expected >= Size()) return;  // kNone, or past an end
+    CheckNeighbours(*it, expected);
+    if (in_.Coin()) stale_ = std::move(it);  // kept to notice the next change
   }
 
   void Delete() {

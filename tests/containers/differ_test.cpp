@@ -11,6 +11,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "tree_test_support.h"
 
@@ -71,13 +72,11 @@ TEST(MemFileContainers, WalkCompareAndRecord) {
   EXPECT_EQ(std::string(static_cast<char const*>(walk.GetKey(status, nullptr)), 3), "aaa");
   EXPECT_TRUE(walk.Next() == 0 && walk.Next() == -522 && walk.Next() == -522);
   EXPECT_TRUE(walk.Prior() == kKrNotImplemented && walk.First() == 0 && walk.file.position == 4);
-  for (char const* c : {"abcabd-", "abdabc+", "abcabc=", "\x80..\x7f..+", "a\x7f.a\x80.-"}) {
-    Records a(std::string(c, 3), 3);
-    KrOneEntryContainer one(c + 3, nullptr, 0);
+  for (char const* c : {"aab-", "aaa=", "aa`+", "\x80" "aa-"}) {  // against "aaa"
+    KrOneEntryContainer one(c, nullptr, 0);
     KrOneEntryIterator probe(&one, nullptr);
-    int key = 9, order = 9, expected = c[6] == '+' ? 1 : c[6] == '-' ? -1 : 0;
-    EXPECT_EQ(a.CompareElement(&probe, nullptr, key, order, nullptr), -521);
-    EXPECT_TRUE(a.First() == 0 && a.CompareElement(&probe, nullptr, key, order, nullptr) == 0);
+    int key = 9, order = 9, expected = c[3] == '+' ? 1 : c[3] == '-' ? -1 : 0;
+    EXPECT_EQ(walk.CompareElement(&probe, nullptr, key, order, nullptr), 0);
     EXPECT_TRUE(key == expected && order == expected) << c;
   }
 
@@ -85,7 +84,9 @@ TEST(MemFileContainers, WalkCompareAndRecord) {
   KrOneEntryContainer one("xyz", nullptr, 0);
   KrOneEntryIterator probe(&one, nullptr);
   KrMemFileIterator fresh(&records);
-  EXPECT_EQ(out.InsertElement(&fresh, nullptr, 0, nullptr), -521);  // no element yet
+  int key, order;  // no element yet
+  EXPECT_EQ(fresh.CompareElement(&probe, nullptr, key, order, nullptr), -521);
+  EXPECT_EQ(out.InsertElement(&fresh, nullptr, 0, nullptr), -521);
   EXPECT_EQ(out.InsertElement(&probe, nullptr, 0, nullptr), 0);
   out.constructorElement = [](KrVContainer*, void*, KrVIterator const*, void const*, void const*,
                               KrVParameter*) { return -77; };
@@ -97,22 +98,15 @@ TEST(MemFileContainers, WalkCompareAndRecord) {
 // aux is set whatever its other bits; a second entry for an element is
 // refused, but equal keys of different elements are separate entries.
 TEST(DiffList, EntriesAndTheirCounts) {
-  KrDiffList list(5, nullptr);
-  KrDiffListIterator entries(&list);
-  KrVParameter first, second;
-  first.aux = reinterpret_cast<void*>(static_cast<uintptr_t>(0x10));
-  second.aux = reinterpret_cast<void*>(static_cast<uintptr_t>(0x11));
-  KrOneEntryContainer b("bbbbb", nullptr, 0), c("ccccc", nullptr, 0);
-  KrOneEntryIterator atB(&b, nullptr), atC(&c, nullptr);
-  ASSERT_EQ(entries.InsertElement(&atC, nullptr, 0, &second), 0);
-  EXPECT_EQ(*entries.DiffCount(), 1);
-  ASSERT_EQ(entries.InsertElement(&atB, nullptr, 0, &first), 0);
-  EXPECT_EQ(*entries.DiffCount(), -1);
   KrDiffList items(sizeof(kr_test::Item), kr_test::CompareItems);
-  for (int payload : {1, 2, 1}) {
+  KrDiffListIterator entries(&items);
+  KrVParameter parameter;
+  for (int payload : {1, 2, 1}) {  // aux 0x11, 0x12, 0x11
+    parameter.aux = reinterpret_cast<void*>(static_cast<uintptr_t>(0x10 + payload));
     kr_test::Probe probe({1, payload, 0});
     int const expected = items.count == 2 ? kKrDuplicate : 0;
-    EXPECT_EQ(items.InsertElement(&probe.it, nullptr, 0, nullptr), expected) << payload;
+    EXPECT_EQ(entries.InsertElement(&probe.it, nullptr, 0, &parameter), expected) << payload;
+    EXPECT_TRUE(expected || *entries.DiffCount() == (payload == 1 ? 1 : -1)) << payload;
   }
 }
 
@@ -192,32 +186,29 @@ struct DiffRun {
 // The summaries of hand-picked runs, the list answering either code for a
 // miss. A write answering -521 or -522 while draining ends it quietly.
 TEST(ContainerDiffer, ScenariosWithTheirDiffListTraffic) {
-  struct Case {
-    char const *a, *b;
-    double ratio;
-    char const* summary;
-    int at = 0, code = 0;  // the write to the first output that answers a code
-  } const cases[] = {
-      {"ABC", "ABC", 1, "0 | F"},  // in step: the list is not touched
-      {"", "ABC", 1, "1 |ABC F"},  // straight to the output
-      {"ABC", "", 0, "1 ABC| F"},
-      {"ABC", "AC", 1, "1 B| SISISDFN B-1"},
-      {"ABC", "CBA", 0, "0 | SISISISDSDSDF"},  // no comparison: all via the list
-      {"AB", "BB", 1, "1 A|B SISIFNN A-1 B1"},
-      {"AB", "BAC", 1, "1 |C SISISDSDF"},  // parked A cancelled; C straight out
-      {"ACD", "BAE", 1, "1 DC|BE SISISISDSISFNNN B1 C-1 E1"},  // a twin keeps the turn
-      {"AAAC", "BBD", 1, "1 AAAC|DBB SISISSSISSFNNN A-3 B2 C-1"},
+  // The inputs, the ratio, the summary; the write to the first output that answers a code
+  // (0: none), and that code.
+  std::tuple<char const*, char const*, double, char const*, int, int> const cases[] = {
+      {"ABC", "ABC", 1, "0 | F", 0, 0},  // in step: the list is not touched
+      {"", "ABC", 1, "1 |ABC F", 0, 0},  // straight to the output
+      {"ABC", "", 0, "1 ABC| F", 0, 0},
+      {"ABC", "AC", 1, "1 B| SISISDFN B-1", 0, 0},
+      {"ABC", "CBA", 0, "0 | SISISISDSDSDF", 0, 0},  // no comparison: all via the list
+      {"AB", "BB", 1, "1 A|B SISIFNN A-1 B1", 0, 0},
+      {"AB", "BAC", 1, "1 |C SISISDSDF", 0, 0},  // parked A cancelled; C straight out
+      {"ACD", "BAE", 1, "1 DC|BE SISISISDSISFNNN B1 C-1 E1", 0, 0},  // a twin keeps the turn
+      {"AAAC", "BBD", 1, "1 AAAC|DBB SISISSSISSFNNN A-3 B2 C-1", 0, 0},
       {"AB", "", 1, "-522 A| ", 2, kKrAfterLast},  // a direct write
       {"AAB", "B", 1, "1 | SISISSDF A-2", 1, kKrAfterLast},  // while draining
       {"AAB", "B", 1, "1 A| SISISSDF A-2", 2, kKrBeforeFirst},
   };
-  for (auto const& c : cases) {
+  for (auto const& [a, b, ratio, summary, at, code] : cases) {
     for (int missCode : {-510, -511}) {
-      DiffRun run(c.a, c.b);
+      DiffRun run(a, b);
       run.log.missCode = missCode;
-      run.onlyFirst.at = c.at;
-      run.onlyFirst.code = c.code;
-      EXPECT_EQ(run.Summary(c.ratio), c.summary) << c.a << " vs " << c.b << ", " << missCode;
+      run.onlyFirst.at = at;
+      run.onlyFirst.code = code;
+      EXPECT_EQ(run.Summary(ratio), summary) << a << " vs " << b << ", " << missCode;
     }
   }
 }
@@ -226,19 +217,16 @@ TEST(ContainerDiffer, ScenariosWithTheirDiffListTraffic) {
 // made are the budget: ratio x the larger count, truncated; 10 when that is
 // below 1 but positive; unlimited for NaN; none for 0 or a negative ratio.
 TEST(ContainerDiffer, MismatchBudget) {
-  struct Case {
-    int n;
-    double ratio;
-    int comparisons;
-  } const cases[] = {{30, 0, 0},     {30, 0.01, 10}, {30, 0.05, 1},      {30, 0.5, 15},
-                     {30, 10, 30},   {30, NAN, 30},  {30, INFINITY, 30}, {30, -1, 0},
-                     {10, 0.05, 10}, {10, 0.1, 1},   {10, 0.29, 2},      {30, 4294967295.0, 30}};
-  for (Case const& c : cases) {
+  std::tuple<int, double, int> const cases[] = {  // elements, ratio, comparisons
+      {30, 0, 0},     {30, 0.01, 10}, {30, 0.05, 1},      {30, 0.5, 15},
+      {30, 10, 30},   {30, NAN, 30},  {30, INFINITY, 30}, {30, -1, 0},
+      {10, 0.05, 10}, {10, 0.1, 1},   {10, 0.29, 2},      {30, 4294967295.0, 30}};
+  for (auto const& [n, ratio, comparisons] : cases) {
     std::string evens, odds;
-    for (char i = 0; i < c.n; ++i) evens += static_cast<char>(2 * i), odds += evens.back() + 1;
+    for (char i = 0; i < n; ++i) evens += static_cast<char>(2 * i), odds += evens.back() + 1;
     DiffRun run(evens, odds);
-    EXPECT_EQ(run.Run(c.ratio), 1);
-    EXPECT_EQ(run.first.compares, c.comparisons) << c.n << " x " << c.ratio;
+    EXPECT_EQ(run.Run(ratio), 1);
+    EXPECT_EQ(run.first.compares, comparisons) << n << " x " << ratio;
   }
 }
 
@@ -265,17 +253,16 @@ TEST(ContainerDiffer, AgreesWithSetDifferenceOnRandomEdits) {
       sorted[s] = sides[s];
       std::sort(sorted[s].begin(), sorted[s].end());
     }
-    std::string onlyA, onlyB;
-    std::set_difference(sorted[0].begin(), sorted[0].end(), sorted[1].begin(), sorted[1].end(),
-                        std::back_inserter(onlyA));
-    std::set_difference(sorted[1].begin(), sorted[1].end(), sorted[0].begin(), sorted[0].end(),
-                        std::back_inserter(onlyB));
+    std::string only[2];  // the multiset differences, first minus second and the other way
+    for (int s = 0; s < 2; ++s)
+      std::set_difference(sorted[s].begin(), sorted[s].end(), sorted[1 - s].begin(),
+                          sorted[1 - s].end(), std::back_inserter(only[s]));
     for (double ratio : {0.0, 0.05, 1.0, 10.0}) {
       SCOPED_TRACE(std::to_string(trial) + " " + std::to_string(ratio));
       DiffRun run(sides[0], sides[1]), failed(sides[0], sides[1]);
-      ASSERT_EQ(run.Run(ratio), onlyA.empty() && onlyB.empty() ? 0 : 1);
-      ASSERT_EQ(run.onlyFirst.Sorted(), onlyA);
-      ASSERT_EQ(run.onlySecond.Sorted(), onlyB);
+      ASSERT_EQ(run.Run(ratio), only[0].empty() && only[1].empty() ? 0 : 1);
+      ASSERT_EQ(run.onlyFirst.Sorted(), only[0]);
+      ASSERT_EQ(run.onlySecond.Sorted(), only[1]);
       failed.failure.at = 1 + static_cast<int>(random() % run.failure.calls);
       ASSERT_EQ(failed.Run(ratio), kFail);
       ASSERT_EQ(failed.failure.calls, failed.failure.at);

@@ -7,6 +7,7 @@
 #include <climits>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tree_test_support.h"
@@ -69,12 +70,10 @@ struct Fixed : KrVIterator {
   void const* entry;
 };
 
-// What every container, iterator and parameter starts with, and the base
-// answers that a concrete class overrides.
-TEST(Bases, StartAndAnswerAsDocumented) {
-  // The default element functions (the tree model keys its elements with
-  // theirs): exactly elementSize bytes copied from the key, answering 0; all
-  // elements equal; no dat; flags 1.
+// The default element functions (the tree model keys its elements with
+// theirs): exactly elementSize bytes copied from the key, answering 0; all
+// elements equal; no dat; flags 1. An iterator's status follows its container.
+TEST(Bases, DefaultElementFunctionsAndIteratorStatus) {
   KrVContainer base(6, 3);
   char destination[8] = "xxxxxxx";
   int key = 7, order = 7, s[3] = {9, 9, 0};
@@ -84,36 +83,14 @@ TEST(Bases, StartAndAnswerAsDocumented) {
   EXPECT_FALSE(base.datOfElement(&base, &key, s[0], nullptr));
   EXPECT_EQ(base.flagsOfElement(&base, &key, s[1], nullptr), 1u);
   KrVIterator it(nullptr, &base);
-  KrVParameter parameter;
-  unsigned long count = 99;
-  for (int result : {base.Clear(nullptr, &count, nullptr), it.First(), it.Next(), it.Prior(),
-                     it.Last(), base.SearchElement(&it, nullptr, 0, &parameter, &it),
-                     base.InsertElement(&it, nullptr, 0, &parameter),
-                     base.DeleteElement(&it, nullptr, 0, &parameter),
-                     it.SearchElement(&it, nullptr, 0, &parameter),
-                     it.InsertElement(&it, nullptr, 0, &parameter),
-                     it.UpdateElement(&it, nullptr, 0, &parameter), it.DeleteElement(0, nullptr)}) {
-    EXPECT_EQ(result, kKrNotImplemented);
-  }
-  EXPECT_TRUE(count == 99 && it.status == -521 && !it.GetElement(s[2], nullptr));
+  EXPECT_TRUE(it.First() == kKrNotImplemented && it.status == -521);
+  EXPECT_FALSE(it.GetElement(s[2], nullptr));
   EXPECT_EQ(std::vector<int>(s, s + 3), (std::vector<int>{-519, 0, -2999}));
-
-  // The status follows the container.
   it.Destroy();
   EXPECT_TRUE(it.status == -520 && !it.container && KrVIterator(nullptr, nullptr).status == -520);
   EXPECT_EQ((it = &base).status, -521);
   it.SetContainer(nullptr);
   EXPECT_EQ(it.status, -520);
-
-  // A parameter copy carries the entry only; assignment keeps the aux.
-  KrVParameter source, target;
-  EXPECT_TRUE(!source.entry && !source.aux && source.GetType() == 0);
-  source.entry = &count;
-  source.aux = &key;
-  target.aux = &base;
-  target = source;
-  EXPECT_TRUE(KrVParameter(source).entry == &count && target.entry == &count &&
-              target.aux == &base);
 }
 
 // Parts are read in the order element, key, flags, dat, only those asked for,
@@ -128,25 +105,21 @@ TEST(EntryParts, ReadInOrderUpToTheFirstFailure) {
   unsigned long f = 0;
   EXPECT_EQ(it.GetEntryParts(&r, &e, &k, &d, &f, nullptr), 0);
   EXPECT_TRUE(c.log == "ekfd" && e == &r.element && k == e && d == &c.dat && f == 0x55);
-  struct Case {
-    void const* entry;
-    bool element;   // asked for
-    char fail;      // part failing with -7; 'D': -519; 'K': no key function
-    int result;
-    char const* log;
-  } const cases[] = {{&r, 0, 'k', -7, "ek"},    {&r, 0, 'f', -7, "ekf"},
-                     {&r, 0, 'd', -7, "ekfd"},  {&r, 0, 'D', -519, "ekfd"},
-                     {&r, 0, 'K', -2999, "e"},  {nullptr, 1, 0, -2999, "e"},
-                     {nullptr, 0, 0, 0, "e"},   {&c.bad, 1, 0, -2999, "e"}};
-  for (Case const& x : cases) {
+  // The entry, the element asked for, the part failing with -7 ('D': -519; 'K': no key
+  // function), the result and the calls made.
+  std::tuple<void const*, bool, char, int, char const*> const cases[] = {
+      {&r, 0, 'k', -7, "ek"},    {&r, 0, 'f', -7, "ekf"},        {&r, 0, 'd', -7, "ekfd"},
+      {&r, 0, 'D', -519, "ekfd"}, {&r, 0, 'K', -2999, "e"},      {nullptr, 1, 0, -2999, "e"},
+      {nullptr, 0, 0, 0, "e"},   {&c.bad, 1, 0, -2999, "e"}};
+  for (auto const& [entry, element, fail, result, log] : cases) {
     c.log.clear();
-    c.fail = {{x.fail, -7}, {'d', x.fail == 'D' ? -519 : x.fail == 'd' ? -7 : 0}};
-    c.keyOfElement = x.fail == 'K' ? nullptr : Logged().keyOfElement;
+    c.fail = {{fail, -7}, {'d', fail == 'D' ? -519 : fail == 'd' ? -7 : 0}};
+    c.keyOfElement = fail == 'K' ? nullptr : Logged().keyOfElement;
     e = k = d = &r;
-    EXPECT_EQ(it.GetEntryParts(x.entry, x.element ? &e : nullptr, &k, &d, &f, nullptr), x.result);
-    EXPECT_EQ(c.log, x.log);
-    void const* dat = x.fail == 'D' ? nullptr : x.fail == 'd' ? &c.dat : static_cast<void*>(&r);
-    EXPECT_TRUE(e == &r && d == dat) << x.log;
+    EXPECT_EQ(it.GetEntryParts(entry, element ? &e : nullptr, &k, &d, &f, nullptr), result);
+    EXPECT_EQ(c.log, log);
+    void const* dat = fail == 'D' ? nullptr : fail == 'd' ? &c.dat : static_cast<void*>(&r);
+    EXPECT_TRUE(e == &r && d == dat) << log;
   }
   c.log.clear();
   EXPECT_TRUE(it.GetEntryParts(&r, nullptr, nullptr, nullptr, nullptr, nullptr) == 0 &&

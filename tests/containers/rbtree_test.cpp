@@ -1,6 +1,6 @@
 // The red-black tree and its iterator, beyond the random-operation model of
-// fuzz/rbtree_fuzz.cpp: layout, failures, destruction order, CheckTree's
-// codes, `last` after deleting the greatest node, the iterator's states.
+// fuzz/rbtree_fuzz.cpp: failures, destruction order, CheckTree's codes and the
+// iterator's states.
 #include <kr/containers.h>
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <climits>
 #include <vector>
 
-#include "failing_alloc.h"
 #include "tree_test_support.h"
 
 namespace {
@@ -19,25 +18,12 @@ void Fill(KrRBTree& tree, std::vector<int> const& keys) {
   for (int key : keys) ASSERT_EQ(Insert(tree, {key, 0, key}), 0);
 }
 
-// A node is two pointers and the element, aligned as a pointer (the fuzz
-// model pins the append path's single comparison).
-TEST(RBTree, NodeLayout) {
-  KrRBTree bytes(1, 0, 7);  // 1 byte + two pointers, rounded to pointer alignment
-  EXPECT_EQ(bytes.nodeCache.entrySize, 3 * sizeof(void*));
-  EXPECT_TRUE(bytes.nodeCache.alignment == alignof(void*) && bytes.GetType() == 1);
-}
-
-// A refused, unbuildable or uncomparable element changes nothing: the
-// failure's code comes back, a refused element is destroyed and its node
-// reused; a failed constructor keeps its node.
-TEST(RBTree, RefusalAndFailuresLeaveTheTreeUnchanged) {
+// An unbuildable or uncomparable element changes nothing: the failure's code
+// comes back, and a failed constructor keeps its node.
+TEST(RBTree, FailuresLeaveTheTreeUnchanged) {
   Calls() = ElementCalls();
   ItemTree tree(0);
-  Fill(tree, {10, 20, 30, 40});
-  EXPECT_EQ(Insert(tree, {20, 1, 99}), -512);
-  EXPECT_EQ(Calls().destroyed, std::vector<int>{99});
-  EXPECT_EQ(tree.nodeCache.returnedEntries, LastInserted());
-  ASSERT_EQ(Insert(tree, {25, 0, 25}), 0);  // reuses it
+  Fill(tree, {10, 20, 25, 30, 40});
   unsigned long const changes = tree.changeCount;
   Calls().constructorStatus = -77;
   EXPECT_EQ(Insert(tree, {50, 0, 50}), -77);
@@ -62,34 +48,12 @@ TEST(RBTree, RefusalAndFailuresLeaveTheTreeUnchanged) {
   EXPECT_TRUE(!huge.CreateEntry(status) && status == -2030);
 }
 
-TEST(RBTree, ClearDestroysInPostOrderAndKeepsTheBlocks) {
+TEST(RBTree, ClearDestroysInPostOrder) {
   Calls() = ElementCalls();
   ItemTree tree(0, 4);
   Fill(tree, {1, 2, 3, 4, 5});  // 2 over 1 and 4; 4 over 3 and 5
   EXPECT_EQ(tree.Clear(nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(Calls().destroyed, (std::vector<int>{1, 3, 5, 4, 2}));
-  std::vector<int> const keys = {1, 2, 3, 4, 5, 6, 7, 8};
-  unsigned long allocations;
-  {
-    AllocationFailure failure(1, true);
-    Fill(tree, keys);  // from the two kept blocks
-    allocations = AllocationCalls();
-  }
-  EXPECT_EQ(allocations, 0u);
-}
-
-// The greatest node 30 has a lone left child 25 (20 over 10 and 30). Deleted
-// walking backwards, `last` must become 25, not the parent 20: an append
-// after 20 would overwrite the link to 25 and lose it.
-TEST(RBTree, DeletingTheGreatestNodeWithALoneLeftChild) {
-  ItemTree tree(0);
-  Fill(tree, {10, 20, 30, 25});
-  ASSERT_EQ(tree.last->Left(), tree.root->right->Left());
-  Probe thirty({30, 0, 0});
-  ASSERT_EQ(tree.DeleteElement(&thirty.it, nullptr, kKrWalkBackwards, nullptr), 0);
-  ASSERT_EQ(Insert(tree, {40, 0, 40}), 0);
-  EXPECT_EQ(tree.CheckTree(nullptr), 0);
-  EXPECT_EQ(Serials(tree), (std::vector<int>{10, 20, 25, 40}));
 }
 
 TEST(RBTree, CheckTreeNamesTheFault) {
@@ -118,8 +82,6 @@ TEST(RBTree, CheckTreeNamesTheFault) {
   tree.flags = kKrAllowEqualElements;
   EXPECT_EQ(tree.CheckTree(nullptr), 0);
   EXPECT_EQ(check(node(2, 0, 0, 0), 2), -5);
-  tree.destructorElement = nullptr;
-  tree.Clear(nullptr, nullptr, nullptr);
 }
 
 // Before the first element Prior stays and Next acts as First; after the
@@ -137,7 +99,6 @@ TEST(RBTreeIterator, StatesAndStaleness) {
   int status = 0;
   EXPECT_TRUE(!it.GetEntry(status, nullptr) && status == -513);
   EXPECT_EQ(Steps(it, "DNPFN"), "-513 -513 -523 0:1 0:2 ");
-
   // Clones: a new copy, or assigned into a tree iterator; not into others.
   KrVIterator* clone = it.Clone(nullptr);
   it.Prior();

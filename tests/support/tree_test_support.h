@@ -98,12 +98,10 @@ inline std::vector<int> Serials(KrRBTree& tree, bool backwards = false) {
 // statuses, each 0 followed by the serial stood on when `serials` is set.
 inline std::string Steps(KrVIterator& it, char const* steps, bool serials = true) {
   std::string results;
-  for (; *steps; ++steps) {
-    char const c = *steps;
-    int const s = c == 'F' ? it.First() : c == 'L' ? it.Last() : c == 'N' ? it.Next()
-                : c == 'P' ? it.Prior() : it.DeleteElement(0, nullptr);
-    results += std::to_string(s);
-    if (s == 0 && serials) results += ":" + std::to_string(SerialAt(it));
+  for (char const* c = steps; *c; ++c) {
+    int const s = *c == 'F' ? it.First() : *c == 'L' ? it.Last() : *c == 'N' ? it.Next()
+                : *c == 'P' ? it.Prior() : it.DeleteElement(0, nullptr);
+    results += std::to_string(s) + (s == 0 && serials ? ":" + std::to_string(SerialAt(it)) : "");
     results += " ";
   }
   return results;
