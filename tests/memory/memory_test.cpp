@@ -63,6 +63,11 @@ TEST(CalcCheckSum, EveryKernelAgreesWithZlib) {
   for (auto& byte : data) byte = static_cast<unsigned char>(random());
   for (size_t length = 0; length < 600; ++length)
     expectZlib(data.data() + length % 7, kCrc32WidePrefetchDistance + length);
+  unsigned long const whole = CalcCheckSum(data.data(), 4096, nullptr);  // chained at every split
+  for (size_t split = 0; split <= 4096; ++split) {
+    unsigned long head = CalcCheckSum(data.data(), split, nullptr);
+    ASSERT_EQ(CalcCheckSum(data.data() + split, 4096 - split, &head), whole) << split;
+  }
   // A seed is read, not written, its low 32 bits only; with nothing to add: it.
   unsigned char digits[] = "123456789";
   unsigned long const head = CalcCheckSum(digits, 5, nullptr);
@@ -90,6 +95,11 @@ TEST(DScomp, WorkedExamples) {
     if (i == 255) split.insert(split.end(), {0, 45});
     split.push_back(unequal[i] = static_cast<unsigned char>(i));
   }
+  // A pair that fills the stretch to 256 bytes ends the literal before it.
+  Bytes pair(unequal.begin(), unequal.begin() + 255), pairOut(pair.begin(), pair.end() - 1);
+  pair.insert(pair.end(), {254, 0, 1});
+  pairOut.insert(pairOut.begin(), {0, 254});
+  pairOut.insert(pairOut.end(), {0, 4, 254, 254, 0, 1});
   auto of = [](std::string const& text) { return Bytes(text.begin(), text.end()); };
   struct { Bytes in, out; int smallest; } const cases[] = {
       {of("AAAAB"), {4, 'A', 1, 'B'}, 5}, {of("AAAB"), {3, 'A', 1, 'B'}, 5},
@@ -97,7 +107,7 @@ TEST(DScomp, WorkedExamples) {
       {of("AA"), {2, 'A'}, 3}, {of("AB"), {0, 2, 'A', 'B'}, 5}, {of("Q"), {1, 'Q'}, 3},
       {of("ABCDDDDE"), {0, 3, 'A', 'B', 'C', 4, 'D', 1, 'E'}, 10},
       {Bytes(1000, 0), {255, 0, 255, 0, 255, 0, 235, 0}, 4 + 257},
-      {Bytes(256, 7), {255, 7, 1, 7}, 257}, {unequal, split, 305}};
+      {Bytes(256, 7), {255, 7, 1, 7}, 257}, {unequal, split, 305}, {pair, pairOut, 263}};
   for (auto const& c : cases) {
     EXPECT_TRUE(Compress(c.in, c.smallest) == c.out && Compress(c.in, c.smallest - 1).empty())
         << c.in.size() << " bytes";
