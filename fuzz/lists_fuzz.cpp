@@ -1,8 +1,7 @@
-// The arrays (KrCList, KrLList, SortList) under random operations against a
-// vector. Search follows a transcription of its defined algorithm, on keys
-// repeating under different payloads; a sort orders by key (the unit tests
-// pin the order of equal ones). One run in eight compares inconsistently:
-// searches and sorts stay inside the array, a sort leaves a permutation.
+// The arrays (KrCList, KrLList, SortList) under random operations against a vector. Search follows
+// a transcription of its defined algorithm, on keys repeating under different payloads; a sort
+// orders by key (the unit tests pin the order of equal ones). One run in eight compares
+// inconsistently: searches and sorts stay inside the array, a sort leaves a permutation.
 #include <kr/arrays.h>
 
 #include <algorithm>

@@ -1,7 +1,6 @@
-// Red-black trees (flags 0, 0x0001 or 0x0002) under inserts, searches with
-// every combination of mode bits, deletions, walks and clears, against an
-// ordered vector; after every step the tree's invariants and counters. The
-// walk both ways pins the place of every fully equal element.
+// Red-black trees (flags 0, 0x0001 or 0x0002) under inserts, searches with every combination of
+// mode bits, deletions, walks and clears, against an ordered vector; after every step the tree's
+// invariants and counters. The walk both ways pins the place of every fully equal element.
 #include <kr/containers.h>
 
 #include <algorithm>

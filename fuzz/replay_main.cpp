@@ -1,8 +1,7 @@
-// Runs a fuzz target without libFuzzer, as a CTest test on every build: every
-// file of the target's seed corpus, then KR_FUZZ_RUNS (default 300)
-// pseudo-random inputs of up to 4 KiB. A failed check aborts the program;
-// the input that made it fail is in replay-failure.bin then (a libFuzzer
-// build of the target runs it alone: kr_<name>_fuzz replay-failure.bin).
+// Runs a fuzz target without libFuzzer, as a CTest test on every build: every file of the target's
+// seed corpus, then KR_FUZZ_RUNS (default 300) pseudo-random inputs of up to 4 KiB. A failed check
+// aborts the program; the input that made it fail is in replay-failure.bin then (a libFuzzer build
+// of the target runs it alone: kr_<name>_fuzz replay-failure.bin).
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>

@@ -136,8 +136,7 @@ struct LoggingList : KrDiffListIterator {
   int missCode = kKrNotFound;
   std::string log;
 };
-// An output of one-byte records; its writes count as calls, and its n-th
-// write may answer `code`.
+// An output of one-byte records; its writes count as calls, and its n-th write may answer `code`.
 struct Output : KrRecordingContainer {
   explicit Output(Failure* f) : KrRecordingContainer(&file, 1), failure(f) {}
   int InsertElement(KrVIterator const* p, KrVParameter* pp, unsigned short m,
@@ -230,11 +229,10 @@ TEST(ContainerDiffer, MismatchBudget) {
   }
 }
 
-// Two sorted multisets of bytes, then random insertions, deletions and swaps
-// of neighbours on either side: whatever the ratio, the outputs are exactly
-// the multiset differences. Whichever call then fails (a step or comparison
-// of an input, a diff-list call, a write), Diff ends with its code at once,
-// calling nothing more, and what was written stays: a start of the output.
+// Two sorted multisets of bytes, then random insertions, deletions and swaps of neighbours on
+// either side: whatever the ratio, the outputs are exactly the multiset differences. Whichever call
+// then fails (a step or comparison of an input, a diff-list call, a write), Diff ends with its code
+// at once, calling nothing more, and what was written stays: a start of the output.
 TEST(ContainerDiffer, AgreesWithSetDifferenceOnRandomEdits) {
   std::mt19937 random(8);
   for (int trial = 0; trial < 300; ++trial) {

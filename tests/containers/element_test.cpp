@@ -93,10 +93,9 @@ TEST(Bases, DefaultElementFunctionsAndIteratorStatus) {
   EXPECT_EQ(it.status, -520);
 }
 
-// Parts are read in the order element, key, flags, dat, only those asked for,
-// up to the first negative status; a missing element or function is -2999.
-// The part getters read through the current entry, the status explaining a
-// null (0) answer.
+// Parts are read in the order element, key, flags, dat, only those asked for, up to the first
+// negative status; a missing element or function is -2999. The part getters read through the
+// current entry, the status explaining a null (0) answer.
 TEST(EntryParts, ReadInOrderUpToTheFirstFailure) {
   Logged c;
   Record r = {1, 2};

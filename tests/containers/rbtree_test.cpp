@@ -1,6 +1,5 @@
-// The red-black tree and its iterator, beyond the random-operation model of
-// fuzz/rbtree_fuzz.cpp: failures, destruction order, CheckTree's codes and the
-// iterator's states.
+// The red-black tree and its iterator, beyond the random-operation model of fuzz/rbtree_fuzz.cpp:
+// failures, destruction order, CheckTree's codes and the iterator's states.
 #include <kr/containers.h>
 
 #include <gtest/gtest.h>

@@ -1,8 +1,7 @@
-// Realistic sequences of operations on every structure that allocates, run for
-// k = 1, 2, ... with the k-th allocation failing, and with every allocation from
-// the k-th on failing, until a run no longer reaches its k-th allocation. Each
-// failure must give the documented result and leave the structure as a model
-// says; no run may leak a block, and the allocator must have failed exactly
+// Realistic sequences of operations on every structure that allocates, run for k = 1, 2, ... with
+// the k-th allocation failing, and with every allocation from the k-th on failing, until a run no
+// longer reaches its k-th allocation. Each failure must give the documented result and leave the
+// structure as a model says; no run may leak a block, and the allocator must have failed exactly
 // the calls chosen, the library's included.
 #include <kr/arrays.h>
 #include <kr/containers.h>

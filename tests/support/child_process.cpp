@@ -21,10 +21,9 @@ std::string Slurp(std::FILE* file) {
   return text;
 }
 
-// Forks; the child gets a pipe as standard input and temporary files as
-// standard output and error, and runs `child` (which must not return). The
-// parent writes `input` to the pipe (giving up on the rest once the child has
-// exited without reading it all), reaps the child and reads the files.
+// Forks; the child gets a pipe as standard input and temporary files as standard output and error,
+// and runs `child` (which must not return). The parent writes `input` to the pipe (giving up on the
+// rest once the child has exited without reading it all), reaps the child and reads the files.
 ChildResult Spawn(std::function<void()> const& child, std::string const& input) {
   ChildResult result;
   std::FILE* out = std::tmpfile();

@@ -1,10 +1,9 @@
-// Process-wide malloc, calloc and realloc that forward to the next definition
-// (the C library's, or the sanitizer runtime's) and fail the calls a test has
-// chosen. Interposition works because the executable's definitions come first
-// in the dynamic linker's search order for every module, libkr95Nbs.so
-// included. Under AddressSanitizer these run before the sanitizer is set up,
-// so this file is built uninstrumented and calls nothing intercepted while
-// the real functions are looked up.
+// Process-wide malloc, calloc and realloc that forward to the next definition (the C library's, or
+// the sanitizer runtime's) and fail the calls a test has chosen. Interposition works because the
+// executable's definitions come first in the dynamic linker's search order for every module,
+// libkr95Nbs.so included. Under AddressSanitizer these run before the sanitizer is set up, so this
+// file is built uninstrumented and calls nothing intercepted while the real functions are looked
+// up.
 #include "failing_alloc.h"
 
 #include <dlfcn.h>

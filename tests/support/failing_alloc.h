@@ -1,10 +1,9 @@
 // Heap allocations made to fail on purpose, for tests of out-of-memory paths.
 //
-// A test binary that links kr_test_failing_alloc replaces malloc, calloc and
-// realloc for the whole process, the shared library included: each call goes
-// to the real allocator except those chosen to fail, which return null as an
-// exhausted heap would (realloc keeps the old block). Frees never count. The
-// counters are process-wide and unsynchronised: arm them from one thread.
+// A test binary that links kr_test_failing_alloc replaces malloc, calloc and realloc for the whole
+// process, the shared library included: each call goes to the real allocator except those chosen to
+// fail, which return null as an exhausted heap would (realloc keeps the old block). Frees never
+// count. The counters are process-wide and unsynchronised: arm them from one thread.
 #ifndef KR_TESTS_SUPPORT_FAILING_ALLOC_H_
 #define KR_TESTS_SUPPORT_FAILING_ALLOC_H_
 

@@ -1,7 +1,6 @@
-// Elements, element functions and probes shared by the red-black tree tests.
-// An Item orders by (key, payload); the serial is not compared, so a walk's
-// serials tell fully equal items apart. Probes are built as callers build
-// them: a one-entry container around the value, and its iterator.
+// Elements, element functions and probes shared by the red-black tree tests. An Item orders by
+// (key, payload); the serial is not compared, so a walk's serials tell fully equal items apart.
+// Probes are built as callers build them: a one-entry container around the value, and its iterator.
 #ifndef KR_TESTS_SUPPORT_TREE_TEST_SUPPORT_H_
 #define KR_TESTS_SUPPORT_TREE_TEST_SUPPORT_H_
 
