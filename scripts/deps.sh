@@ -31,7 +31,7 @@ group=${1:-test}
 
 build_packages=(build-essential cmake g++ libgtest-dev libbenchmark-dev zlib1g-dev liblz4-dev
                 pkg-config tzdata)
-test_packages=(g++-multilib zlib1g-dev:i386 clang libclang-rt-14-dev)
+test_packages=(g++-multilib zlib1g-dev:i386 rsyslog clang libclang-rt-14-dev)
 case $group in
   build) packages=("${build_packages[@]}") ;;
   test) packages=("${build_packages[@]}" "${test_packages[@]}") ;;

@@ -1,5 +1,6 @@
 // The red-black tree and its iterator, beyond the random-operation model of fuzz/rbtree_fuzz.cpp:
-// failures, destruction order, CheckTree's codes and the iterator's states.
+// failures, destruction order, `last` after deleting the greatest node, CheckTree's codes and the
+// iterator's states.
 #include <kr/containers.h>
 
 #include <gtest/gtest.h>
@@ -53,6 +54,19 @@ TEST(RBTree, ClearDestroysInPostOrder) {
   Fill(tree, {1, 2, 3, 4, 5});  // 2 over 1 and 4; 4 over 3 and 5
   EXPECT_EQ(tree.Clear(nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(Calls().destroyed, (std::vector<int>{1, 3, 5, 4, 2}));
+}
+
+// The greatest node 30 has a lone left child 25 (20 over 10 and 30). Deleted walking backwards,
+// `last` must become 25, not the parent 20: an append after 20 would overwrite the link to 25.
+TEST(RBTree, DeletingTheGreatestNodeWithALoneLeftChild) {
+  ItemTree tree(0);
+  Fill(tree, {10, 20, 30, 25});
+  ASSERT_EQ(tree.last->Left(), tree.root->right->Left());
+  Probe thirty({30, 0, 0});
+  ASSERT_EQ(tree.DeleteElement(&thirty.it, nullptr, kKrWalkBackwards, nullptr), 0);
+  ASSERT_EQ(Insert(tree, {40, 0, 40}), 0);
+  EXPECT_EQ(tree.CheckTree(nullptr), 0);
+  EXPECT_EQ(Serials(tree), (std::vector<int>{10, 20, 25, 40}));
 }
 
 TEST(RBTree, CheckTreeNamesTheFault) {

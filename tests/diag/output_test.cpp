@@ -1,20 +1,22 @@
 // Output channels: the console (with its text class), the stdio stream, message boxes with the
-// service flag, and the system log's front end, shared switch and entries as /dev/log gets them.
+// service flag, and the system log's front end, shared switch and entries as a real system logger
+// (a private rsyslogd on /dev/log) receives them.
 #include <kr/diag.h>
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "child_process.h"
+#include "temp_dir.h"
 
 namespace {
 
@@ -104,8 +106,9 @@ struct RecordingLog : KrSysLog {  // keeps the base LogPermanent, records _LogPe
 
 KrSysLogPosix* ProcessLog() { return static_cast<KrSysLogPosix*>(KrSystemLog()); }
 
-// Message boxes and the system log format, cut what does not fit and obey their shared switches
-// (a forced box excepted); the logger stays closed while logging is off.
+// Message boxes and the system log format, cut what does not fit and obey
+// their shared switches (a forced box excepted); the logger stays closed
+// while logging is off (the daemon test sees a name open it).
 TEST(MessageBoxAndSysLog, FormatCutAndObeyTheSharedSwitches) {
   RecordingMsg box;
   box.Box("t", 0, "%s", std::string(10000, 'm').c_str());
@@ -144,44 +147,66 @@ TEST(MessageBoxAndSysLog, FormatCutAndObeyTheSharedSwitches) {
 }
 
 constexpr char kDevLog[] = "/dev/log";
+constexpr char kEnd[] = "<<END>>";
 
-// A datagram socket bound at /dev/log, as a system logger listens: the C library's syslog() sends
-// each entry there as "<priority>Mmm dd hh:mm:ss ident[pid]: text".
-struct DevLogListener {
-  int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  bool bound = false;
-  DevLogListener() {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, kDevLog);
-    bound = bind(fd, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0;
+// rsyslogd in the foreground on a private configuration: each entry of facility
+// user goes to a file of its own as "<priority> ident[pid]: text" (no time).
+struct RsyslogDaemon {
+  kr_test::TempDir dir;
+  pid_t pid = -1;
+
+  // Whether the daemon serves /dev/log (its own messages go to standard error).
+  bool Start(char const* binary) {
+    std::string pidFile = dir.Name("pid"), config = dir.Make(
+        "rsyslog.conf", "global(workDirectory=\"" + dir.path() +
+                            "\" parser.escapeControlCharactersOnReceive=\"off\")\n"
+                            "module(load=\"imuxsock\" SysSock.Name=\"" + kDevLog +
+                            "\" SysSock.RateLimit.Interval=\"0\")\ntemplate(name=\"entry\" "
+                            "type=\"string\" string=\"%pri%%rawmsg-after-pri:16:$%" + kEnd +
+                            "\\n\")\nuser.* action(type=\"omfile\" file=\"" +
+                            dir.Name("user.log") + "\" template=\"entry\")\n");
+    if ((pid = fork()) == 0) {
+      execl(binary, binary, "-n", "-f", config.c_str(), "-i", pidFile.c_str(),
+            static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    for (int i = 0; pid > 0 && i < 200; ++i) {
+      if (access(kDevLog, F_OK) == 0) return true;
+      if (waitpid(pid, nullptr, WNOHANG) == pid && (pid = -1)) break;
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
   }
-  ~DevLogListener() {
-    if (bound) unlink(kDevLog);  // /dev/log was free before: leave no socket behind
-    close(fd);
+  ~RsyslogDaemon() {
+    // /dev/log was free before: leave no socket behind.
+    if (pid > 0 && kill(pid, SIGTERM) == 0 && waitpid(pid, nullptr, 0) == pid) unlink(kDevLog);
   }
-  // The entries holding `marker`, the time left out, until `count` came or none for ten seconds.
+  // The entries holding `marker`, once `count` of them arrived (or after ten seconds, what came).
   std::vector<std::string> WaitFor(std::string const& marker, std::size_t count) const {
     std::vector<std::string> found;
-    timeval const wait = {10, 0};
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
-    char entry[4096];
-    for (ssize_t n; found.size() < count && (n = recv(fd, entry, sizeof entry, 0)) > 0;) {
-      std::string text(entry, static_cast<std::size_t>(n));
-      std::size_t const end = text.find('>');  // then 15 bytes of time
-      if (text.find(marker) != std::string::npos) found.push_back(text.erase(end, 16).substr(1));
+    for (int i = 0; i < 200 && found.size() < count; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(i ? 50 : 0));
+      std::string text = kr_test::ReadFile(dir.Name("user.log"));
+      found.clear();
+      for (std::size_t start = 0, end; (end = text.find(kEnd, start)) != std::string::npos;
+           start = end + sizeof kEnd) {  // each entry ends in kEnd and a newline
+        std::string const entry = text.substr(start, end - start);
+        if (entry.find(marker) != std::string::npos) found.push_back(entry);
+      }
     }
     return found;
   }
 };
 
-TEST(SysLog, EntriesOnDevLogCarryIdentPriorityTextAndVersionLine) {
-  if (geteuid() != 0) GTEST_SKIP() << "needs root to listen on /dev/log";
+TEST(SysLogDaemon, EntriesCarryIdentPriorityTextAndVersionLine) {
+  char const* const binary = "/usr/sbin/rsyslogd";
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to serve /dev/log with a private rsyslogd";
   if (access(kDevLog, F_OK) == 0) GTEST_SKIP() << "/dev/log is taken (a logger or a stale socket)";
-  DevLogListener devLog;
-  ASSERT_TRUE(devLog.bound) << std::strerror(errno);
+  if (access(binary, X_OK) != 0) GTEST_SKIP() << "rsyslogd is missing (scripts/deps.sh has it)";
+  RsyslogDaemon daemon;
+  ASSERT_TRUE(daemon.Start(binary)) << "rsyslogd does not serve /dev/log";
   std::string const marker = "krtest-" + std::to_string(getpid());
-  std::string const version = "\n(Norvane 9.5.23.262.0)\n", cut(1500, 'y');
+  std::string const version = "\n(Norvane 9.5.23.262.0)", cut(1500, 'y');
   // Levels and the priorities they are logged with (facility user, 8, added).
   int const levels[][2] = {{1, 6}, {2, 5}, {3, 4}, {4, 3}, {0, 5}, {5, 5}, {-1, 5}, {10, 5}};
   kr_test::ChildResult child = RunInChild([&] {
@@ -217,7 +242,7 @@ TEST(SysLog, EntriesOnDevLogCarryIdentPriorityTextAndVersionLine) {
   std::string const app = " krtest-application[" + named.out + "]: " + marker;
   expected.push_back("14" + app + "-named first" + version);
   expected.push_back("12" + app + "-named second" + version);
-  EXPECT_EQ(devLog.WaitFor(marker, expected.size()), expected);
+  EXPECT_EQ(daemon.WaitFor(marker, expected.size()), expected);
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <deque>
 #include <random>
 #include <string>
 #include <vector>
@@ -233,30 +232,6 @@ TEST(MemFile, SeeksTransfersWordsAndCheckSums) {
   c.Write(static_cast<unsigned long>(0x11223355 + (sizeof(long) > 4 ? (0x7ull << 32) : 0)), rc);
   EXPECT_TRUE(rc == 0 && c.logicalSize == 1010 && c.position == 4);
   EXPECT_EQ(Text(c, 0, 6), "\x55\x33\x22\x11" "56");
-}
-
-// Random puts, gets (all or nothing) and deletions against a deque; compact queues move the rest.
-TEST(MemQueue, AgreesWithADequeModel) {
-  std::mt19937 random(5);
-  for (unsigned short compact : {1, 0}) {
-    MemQueue q(compact);
-    std::deque<char> model;
-    for (int step = 0; step < 4000; ++step) {
-      std::string bytes(random() % 200, '\0');
-      unsigned long const n = bytes.size();
-      bool const put = random() % 2, enough = !model.empty() && model.size() >= n;
-      for (char& c : bytes) c = static_cast<char>(random());
-      int const rc = put ? q.Put(&bytes[0], n) : q.Get(&bytes[0], n);
-      ASSERT_EQ(rc, put || enough ? 0 : model.empty() ? -12001 : -12003) << step;
-      if (put) model.insert(model.end(), bytes.begin(), bytes.end());
-      if (put || !enough) continue;
-      ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), model.begin())) << step;
-      model.erase(model.begin(), model.begin() + static_cast<long>(n));
-      ASSERT_EQ(q.readOffset, compact ? 0 : q.logicalSize - static_cast<long>(model.size()));
-      if (step % 100 < 2) q.Delete(0);  // discards what was read
-      ASSERT_EQ(q.logicalSize - q.readOffset, static_cast<long>(model.size())) << step;
-    }
-  }
 }
 
 // Nodes are carved one after another from 4096-byte buffers (a large node

@@ -111,22 +111,27 @@ TEST(AllocationSweep, MemoryFileAndQueue) {
       ASSERT_EQ(file.logicalSize, static_cast<long>(model.size()));
       ASSERT_EQ(std::memcmp(file.buffer, model.data(), model.size()), 0);
     }
-    MemQueue queue(1);
-    model.clear();
-    for (int i = 0; i < 30; ++i) {
-      std::memset(bytes, 'A' + i % 26, sizeof bytes);
-      int const put = queue.Put(bytes, static_cast<unsigned long>(i % 40 + 1));
-      ASSERT_TRUE(put == 0 || put == -12002) << put;
-      if (put == 0) model.append(reinterpret_cast<char*>(bytes), static_cast<size_t>(i % 40 + 1));
-      unsigned long const take = static_cast<unsigned long>(i % 17);
-      int const got = queue.Get(bytes, take);
-      ASSERT_TRUE(got == 0 || got == 12006 || (got == -12001 && model.empty()) ||
-                  (got == -12003 && model.size() < take)) << got;
-      if (got == 0 || got == 12006) {
-        ASSERT_EQ(std::memcmp(bytes, model.data(), take), 0);
-        model.erase(0, take);
+    for (unsigned short compact : {1, 0}) {  // compact queues move the rest at each Get
+      MemQueue queue(compact);
+      model.clear();
+      for (int i = 0; i < 40; ++i) {
+        std::memset(bytes, 'A' + i % 26, sizeof bytes);
+        size_t const n = i % 4 == 3 ? 0 : static_cast<size_t>(i * 7 % 40 + 1);  // 0: none
+        int const put = queue.Put(bytes, n);
+        ASSERT_TRUE(put == 0 || put == -12002) << put;
+        if (put == 0) model.append(reinterpret_cast<char*>(bytes), n);
+        unsigned long const take = static_cast<unsigned long>(i * 5 % 41);
+        int const got = queue.Get(bytes, take);
+        ASSERT_TRUE(got == 0 || got == 12006 || (got == -12001 && model.empty()) ||
+                    (got == -12003 && model.size() < take)) << got;
+        if (got == 0 || got == 12006) {
+          ASSERT_EQ(std::memcmp(bytes, model.data(), take), 0);
+          model.erase(0, take);
+        }
+        if (i % 10 == 9) queue.Delete(0);  // discards what was read
+        ASSERT_EQ(queue.logicalSize - queue.readOffset, static_cast<long>(model.size()));
+        ASSERT_TRUE(!compact || queue.readOffset == 0);
       }
-      ASSERT_EQ(queue.logicalSize - queue.readOffset, static_cast<long>(model.size()));
     }
   }), 3u);
 }

@@ -203,13 +203,19 @@ TEST(Krinfo, LargeFiles) {
   int size = static_cast<int>(plain.size());
   ASSERT_EQ(DScomp(reinterpret_cast<unsigned char*>(&plain[0]), size, library.data(), &size), 0);
   std::string const packed(library.begin(), library.begin() + size);
-  char text[3][64];
+  char text[4][64];
   for (int i = 0; i < 2; ++i) {
     std::snprintf(text[i], 64, ": %zu -> %zu bytes (%.1f%%)\n", i ? packed.size() : plain.size(),
                   i ? plain.size() : packed.size(), 100.0 * packed.size() / plain.size());
   }
   std::snprintf(text[2], 64, "%08lx", crc32(0, reinterpret_cast<Bytef const*>(plain.data()),
                                             static_cast<uInt>(plain.size())));
+  std::string const megabyte(1 << 20, '\0');  // the sparse file beyond 2 GiB: 2049 MiB of zeros
+  uLong const block = crc32(0, reinterpret_cast<Bytef const*>(megabyte.data()), 1 << 20);
+  uLong beyond = 0;
+  for (int i = 0; i < 2048; ++i) beyond = crc32_combine(beyond, block, 1 << 20);
+  beyond = crc32(beyond, reinterpret_cast<Bytef const*>(megabyte.data()), 1);
+  std::snprintf(text[3], 64, "%08lx\n", beyond);
   kr_test::TempDir dir;
   std::string const in = dir.Make("plain", plain), pack = dir.Name("pack"), out = dir.Name("out");
   std::string const huge = dir.Make("huge", ""), zero = dir.Make("zero", "");
@@ -221,6 +227,7 @@ TEST(Krinfo, LargeFiles) {
           {{"unpack", "-", "-o", "-"}, 0, plain, std::string("-") + text[1], packed},
           {{"crc32", in, zero}, 0, text[2] + ("\t" + in) + "\n00000000\t" + zero + "\n", ""},
           {{"crc32", "-"}, 0, text[2] + std::string("\n"), "", plain},
+          {{"crc32", huge}, 0, text[3], ""},  // read beyond any 32-bit size
           Bad("pack", {huge}, "'" + huge + large), Bad("unpack", {huge}, "'" + huge + large)});
   EXPECT_TRUE(kr_test::ReadFile(pack) == packed && kr_test::ReadFile(out) == plain);
   // An output that cannot be written whole (past the file-size limit) leaves the file it was to
